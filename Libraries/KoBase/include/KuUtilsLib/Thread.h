@@ -1,0 +1,21 @@
+#pragma once
+
+#include <KoBaseExport.h>
+
+#include <cstdint>
+
+namespace KuUtilsLib
+{
+
+/// Time, as seen by the calling thread. Safe from any thread.
+class KO_BASE_API Thread
+{
+public:
+    /// Blocks the calling thread for aTimeMs milliseconds of a monotonic clock.
+    static void Sleep(std::uint32_t aTimeMs);
+
+    /// Milliseconds of a monotonic clock since an unspecified moment.
+    static std::uint64_t GetTickCount();
+};
+
+} // namespace KuUtilsLib

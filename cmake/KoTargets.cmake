@@ -1,0 +1,28 @@
+# What every target of this project is built with.
+add_library(ko_options INTERFACE)
+target_compile_features(ko_options INTERFACE cxx_std_17)
+target_compile_options(ko_options INTERFACE -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror)
+
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+
+# An installed program finds the libraries beside it, wherever the tree is installed.
+set(CMAKE_INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}:$ORIGIN")
+
+# ko_add_library(NAME ALIAS SOURCES...): an installed shared library libNAME.so with a versioned soname.
+function(ko_add_library name alias)
+    add_library(${name} SHARED ${ARGN})
+    add_library(Ko::${alias} ALIAS ${name})
+    target_link_libraries(${name} PRIVATE $<BUILD_INTERFACE:ko_options>)
+    target_compile_features(${name} PUBLIC cxx_std_17)
+    set_target_properties(${name} PROPERTIES
+        EXPORT_NAME ${alias}
+        VERSION ${PROJECT_VERSION}
+        SOVERSION ${PROJECT_VERSION_MAJOR})
+    install(TARGETS ${name} EXPORT KoSerialTargets
+        LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+        INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/KoSerial)
+endfunction()
