@@ -1,0 +1,34 @@
+#pragma once
+
+#include "SerialPort.h"
+
+namespace KoSerialLib
+{
+
+/// A serial port engine that is opened on a port of a device.
+class DeviceSerialPort : public SerialPort
+{
+public:
+    virtual KoResult Open(IKoDeviceAdapter* aDevice, KoDeviceSerial aPort) = 0;
+
+protected:
+    using SupportTest = bool (*)(IKoDeviceAdapter* aDevice, KoDeviceSerial aPort);
+
+    /// The first steps of every Open: checks that the device is connected and offers the port, takes the port in the
+    /// port map and binds this engine to it. aDevice must not be NULL.
+    KoResult ClaimPort(IKoDeviceAdapter* aDevice, KoDeviceSerial aPort, SupportTest aIsSupported);
+
+    /// Gives the port back to the port map.
+    void ReleasePort();
+
+    /// Claims the port and subscribes to the events of the device: how the register engines begin to open.
+    KoResult Attach(IKoDeviceAdapter* aDevice, KoDeviceSerial aPort, SupportTest aIsSupported);
+
+    /// Undoes Attach(): how the register engines end to close.
+    KoResult Detach();
+
+    /// Fails with NOT_CONNECTED, on behalf of aOperation, when this engine has no device or the device is gone.
+    KoResult CheckConnected(const char* aOperation);
+};
+
+} // namespace KoSerialLib

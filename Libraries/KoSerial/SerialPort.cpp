@@ -1,0 +1,330 @@
+#include "SerialPort.h"
+
+#include "Logging.h"
+
+#include <KoDeviceSerialPortEchoSink.h>
+#include <KuUtilsLib/LockScope.h>
+#include <KuUtilsLib/Thread.h>
+
+#include <algorithm>
+#include <cstring>
+
+namespace KoSerialLib
+{
+namespace
+{
+
+constexpr std::uint32_t DEFAULT_RX_BUFFER_SIZE = 16384;
+
+/// Copies aCount bytes that lie aStride bytes apart to one run of bytes.
+void Gather(std::uint8_t* aTo, const std::uint8_t* aFrom, std::uint32_t aCount, std::uint32_t aStride)
+{
+    if (aStride == 1)
+    {
+        std::memcpy(aTo, aFrom, aCount);
+        return;
+    }
+    for (std::uint32_t i = 0; i < aCount; ++i)
+    {
+        aTo[i] = aFrom[std::size_t{i} * aStride];
+    }
+}
+
+} // namespace
+
+std::list<KoDeviceSerialPortEchoSink*> SerialPort::sEchoSinkList;
+KuUtilsLib::Mutex SerialPort::sEchoSinkListMutex(nullptr, nullptr);
+
+SerialPort::SerialPort()
+    : mMutex(nullptr, nullptr),
+      mRxEvent(true),
+      mLogger(KuUtilsLib::Logger::Create(KO_LOG_CATEGORY, nullptr, 0))
+{
+    SerialPort::SetRxBufferSize(DEFAULT_RX_BUFFER_SIZE);
+    ResetStatistics();
+}
+
+SerialPort::~SerialPort()
+{
+    SerialPort::Close();
+    mRxBuffer.reset();
+    KuUtilsLib::Logger::Free(mLogger);
+}
+
+void SerialPort::NotifyEvent(std::uint16_t /*aEventId*/, std::uint16_t /*aChannel*/, std::uint64_t /*aBlockId*/,
+                             std::uint64_t /*aTimestamp*/, const void* /*aData*/, std::uint32_t /*aDataLength*/)
+{
+}
+
+void SerialPort::NotifyInvalidatedGenParameter(const KoString& /*aParameterName*/) {}
+
+void SerialPort::Init(IKoDeviceAdapter* aDevice, KoDeviceSerial aPort, const char* aPortName)
+{
+    mDevice = aDevice;
+    mPort = aPort;
+    mPortName = KoString(aPortName);
+}
+
+KoResult SerialPort::Close()
+{
+    const KuUtilsLib::LockScope lock(&mMutex);
+    mDevice = nullptr;
+    mPort = KoDeviceSerialInvalid;
+    mRxHead = 0;
+    mRxTail = 0;
+    mWriteDone.store(0, std::memory_order_relaxed);
+    mWriteTotal.store(0, std::memory_order_relaxed);
+    mPortName = KoString();
+    return KoResult(KoResult::OK);
+}
+
+KoResult SerialPort::GetWriteProgress(std::uint32_t& aWritten, std::uint32_t& aTotal)
+{
+    const std::uint32_t total = mWriteTotal.load(std::memory_order_relaxed);
+    if (total == 0)
+    {
+        return KO_FAIL(*mLogger, KoResult::STATE_ERROR,
+                       "Serial Port write progress queried when no write operation has been started or completed");
+    }
+    aWritten = mWriteDone.load(std::memory_order_relaxed);
+    aTotal = total;
+    return KoResult(KoResult::OK);
+}
+
+KoResult SerialPort::FlushRxBuffer()
+{
+    const KuUtilsLib::LockScope lock(&mMutex);
+    mRxHead = 0;
+    mRxTail = 0;
+    return KoResult(KoResult::OK);
+}
+
+KoResult SerialPort::GetRxBytesReady(std::uint32_t& aBytes)
+{
+    const KuUtilsLib::LockScope lock(&mMutex);
+    aBytes = GetUnreadCount();
+    return KoResult(KoResult::OK);
+}
+
+KoResult SerialPort::GetRxBufferSize(std::uint32_t& aSize)
+{
+    aSize = mRxBufferSize.load(std::memory_order_relaxed);
+    return KoResult(KoResult::OK);
+}
+
+KoResult SerialPort::SetRxBufferSize(std::uint32_t aSize)
+{
+    if (aSize == 0)
+    {
+        return KO_FAIL(*mLogger, KoResult::INVALID_PARAMETER, "The receive buffer size cannot be 0.");
+    }
+    // The new size is visible at once; the ring itself changes under the lock.
+    mRxBufferSize.store(aSize, std::memory_order_relaxed);
+    const KuUtilsLib::LockScope lock(&mMutex);
+    mRxBuffer.reset(new std::uint8_t[aSize]);
+    mRxRingLength = aSize;
+    mRxHead = 0;
+    mRxTail = 0;
+    return KoResult(KoResult::OK);
+}
+
+void SerialPort::PushToRxBuffer(std::uint8_t aByte, bool aLock)
+{
+    if (aLock)
+    {
+        mMutex.Wait();
+    }
+    mRxBuffer[mRxHead] = aByte;
+    mRxHead = (mRxHead + 1) % mRxRingLength;
+    KO_TRACE(*mLogger, "RxBuffer Head: %i Tail %i", mRxHead, mRxTail);
+    if (mRxHead == mRxTail)
+    {
+        mRxTail = (mRxTail + 1) % mRxRingLength;
+    }
+    WakeReader();
+    if (aLock)
+    {
+        mMutex.Release();
+    }
+}
+
+void SerialPort::PushBatchToRxBuffer(const std::uint8_t* aFirst, std::uint32_t aCount, std::uint32_t aStride)
+{
+    if (aCount == 0)
+    {
+        return;
+    }
+    if (mLogger->IsPriorityEnabled(KuUtilsLib::LOG_DEBUG))
+    {
+        for (std::uint32_t i = 0; i < aCount; ++i)
+        {
+            PushToRxBuffer(aFirst[std::size_t{i} * aStride], false);
+        }
+        return;
+    }
+    StoreInRing(aFirst, aCount, aStride);
+    WakeReader();
+}
+
+KoResult SerialPort::Read(std::uint8_t* aBuffer, std::uint32_t aSize, std::uint32_t& aBytesRead,
+                          std::uint32_t aTimeoutMs)
+{
+    aBytesRead = 0;
+    mMutex.Wait();
+    if (mRxHead == mRxTail)
+    {
+        if (aTimeoutMs == 0)
+        {
+            mMutex.Release();
+            return KoResult(KoResult::TIMEOUT);
+        }
+        mRxEvent.Reset();
+        mReaderWaiting.store(true, std::memory_order_relaxed);
+        mMutex.Release();
+        if (!WaitForReceivedByte(aTimeoutMs))
+        {
+            EchoReceive(aBuffer, 0);
+            return KoResult(KoResult::TIMEOUT);
+        }
+        mMutex.Wait();
+    }
+    aBytesRead = TakeFromRing(aBuffer, aSize);
+    KO_TRACE(*mLogger, "Read %d bytes of data", aBytesRead);
+    mMutex.Release();
+
+    EchoReceive(aBuffer, aBytesRead);
+    mBytesReceived.fetch_add(aBytesRead, std::memory_order_relaxed);
+    return KoResult(KoResult::OK);
+}
+
+KoResult SerialPort::NotifyReadComplete()
+{
+    NotifyEchoSinks([this](KoDeviceSerialPortEchoSink& aSink, std::uint64_t aTime)
+                    { aSink.OnReadComplete(mPortName, mPort, aTime); });
+    return KoResult(KoResult::OK);
+}
+
+void SerialPort::ResetStatistics()
+{
+    mBytesSent.store(0, std::memory_order_relaxed);
+    mBytesReceived.store(0, std::memory_order_relaxed);
+}
+
+void SerialPort::EchoTransmit(const std::uint8_t* aData, std::uint32_t aLength)
+{
+    NotifyEchoSinks([&](KoDeviceSerialPortEchoSink& aSink, std::uint64_t aTime)
+                    { aSink.OnTransmitted(mPortName, mPort, aData, aLength, aTime); });
+}
+
+void SerialPort::EchoReceive(const std::uint8_t* aData, std::uint32_t aLength)
+{
+    NotifyEchoSinks([&](KoDeviceSerialPortEchoSink& aSink, std::uint64_t aTime)
+                    { aSink.OnRead(mPortName, mPort, aData, aLength, aTime); });
+}
+
+KoResult SerialPort::RegisterEchoSink(KoDeviceSerialPortEchoSink* aSink)
+{
+    const KuUtilsLib::LockScope lock(&sEchoSinkListMutex);
+    if (std::find(sEchoSinkList.begin(), sEchoSinkList.end(), aSink) != sEchoSinkList.end())
+    {
+        KuUtilsLib::Logger logger(KO_LOG_CATEGORY, nullptr);
+        return KO_FAIL(logger, KoResult::NOT_SUPPORTED,
+                       "Sink already registered: registering the same sink twice is not supported");
+    }
+    sEchoSinkList.push_back(aSink);
+    return KoResult(KoResult::OK);
+}
+
+KoResult SerialPort::UnregisterEchoSink(KoDeviceSerialPortEchoSink* aSink)
+{
+    const KuUtilsLib::LockScope lock(&sEchoSinkListMutex);
+    const auto registered = std::find(sEchoSinkList.begin(), sEchoSinkList.end(), aSink);
+    if (registered == sEchoSinkList.end())
+    {
+        KuUtilsLib::Logger logger(KO_LOG_CATEGORY, nullptr);
+        return KO_FAIL(logger, KoResult::NOT_FOUND, "Sink not found in registered echo sinks");
+    }
+    sEchoSinkList.erase(registered);
+    return KoResult(KoResult::OK);
+}
+
+void SerialPort::StartWrite(std::uint32_t aTotal)
+{
+    mWriteDone.store(0, std::memory_order_relaxed);
+    mWriteTotal.store(aTotal, std::memory_order_relaxed);
+}
+
+void SerialPort::FinishWrite(const std::uint8_t* aData, std::uint32_t aLength)
+{
+    EchoTransmit(aData, aLength);
+    mBytesSent.fetch_add(aLength, std::memory_order_relaxed);
+}
+
+bool SerialPort::WaitForReceivedByte(std::uint32_t aTimeoutMs)
+{
+    const bool signalled = mRxEvent.Wait_ms(aTimeoutMs).GetCode() == KoResult::OK;
+    mReaderWaiting.store(false, std::memory_order_relaxed);
+    return signalled;
+}
+
+std::uint32_t SerialPort::GetUnreadCount() const
+{
+    return mRxHead >= mRxTail ? mRxHead - mRxTail : mRxHead + mRxRingLength - mRxTail;
+}
+
+void SerialPort::StoreInRing(const std::uint8_t* aFirst, std::uint32_t aCount, std::uint32_t aStride)
+{
+    const std::uint64_t wanted = std::uint64_t{GetUnreadCount()} + aCount;
+
+    // Of a batch longer than the ring only the end survives, at the place where one byte after the other would put it.
+    const std::uint32_t skipped = aCount > mRxRingLength ? aCount - mRxRingLength : 0;
+    const std::uint8_t* const from = aFirst + std::size_t{skipped} * aStride;
+    const std::uint32_t count = aCount - skipped;
+    mRxHead = static_cast<std::uint32_t>((std::uint64_t{mRxHead} + skipped) % mRxRingLength);
+
+    const std::uint32_t toEnd = std::min(count, mRxRingLength - mRxHead);
+    Gather(&mRxBuffer[mRxHead], from, toEnd, aStride);
+    Gather(&mRxBuffer[0], from + std::size_t{toEnd} * aStride, count - toEnd, aStride);
+    mRxHead = toEnd == mRxRingLength - mRxHead ? count - toEnd : mRxHead + toEnd;
+
+    if (wanted >= mRxRingLength)
+    {
+        mRxTail = (mRxHead + 1) % mRxRingLength;
+    }
+}
+
+std::uint32_t SerialPort::TakeFromRing(std::uint8_t* aBuffer, std::uint32_t aSize)
+{
+    // A size of 0 still takes one byte when one is ready.
+    const std::uint32_t count = std::min(std::max(aSize, 1U), GetUnreadCount());
+    if (count == 0)
+    {
+        return 0;
+    }
+    const std::uint32_t toEnd = std::min(count, mRxRingLength - mRxTail);
+    std::memcpy(aBuffer, &mRxBuffer[mRxTail], toEnd);
+    std::memcpy(aBuffer + toEnd, &mRxBuffer[0], count - toEnd);
+    mRxTail = toEnd == mRxRingLength - mRxTail ? count - toEnd : mRxTail + toEnd;
+    return count;
+}
+
+void SerialPort::WakeReader()
+{
+    if (mReaderWaiting.load(std::memory_order_relaxed))
+    {
+        mRxEvent.Set();
+    }
+}
+
+template <typename Notification>
+void SerialPort::NotifyEchoSinks(Notification aNotify)
+{
+    const KuUtilsLib::LockScope lock(&sEchoSinkListMutex);
+    const std::uint64_t time = KuUtilsLib::Thread::GetTickCount();
+    for (KoDeviceSerialPortEchoSink* const sink : sEchoSinkList)
+    {
+        aNotify(*sink, time);
+    }
+}
+
+} // namespace KoSerialLib

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <KuUtilsLib/Logger.h>
+
+#include <cstdint>
+
+class IKoDeviceAdapter;
+
+namespace KoSerialLib
+{
+
+/// Addresses in the serial register block of a device; every register is 32 bits wide.
+constexpr std::uint32_t DEV_REG_INTENABLE = 0xB838;
+constexpr std::uint32_t DEV_REG_UART0_DATA = 0xB84C;
+constexpr std::uint32_t DEV_REG_UART1_DATA = 0xB850;
+constexpr std::uint32_t DEV_REG_FUNCTION_CAPS = 0xB8FC;
+
+/// Fields of DEV_REG_FUNCTION_CAPS.
+constexpr std::uint32_t FUNCTION_CAPS_IMPLEMENTED = 0x80000000;
+constexpr std::uint32_t FUNCTION_CAPS_UART_COUNT = 0x00000007;
+
+/// Identifier of the serial interrupt event.
+constexpr std::uint16_t EVENT_SERIAL_INTERRUPT = 0x9000;
+
+/// aValue with the bits of aMask set or cleared.
+constexpr std::uint32_t WithBits(std::uint32_t aValue, std::uint32_t aMask, bool aSet)
+{
+    return aSet ? aValue | aMask : aValue & ~aMask;
+}
+
+/// Reads the function capabilities of a device that is connected through one of the maker's video interfaces; how the
+/// support tests of the register engines begin.
+/// @param aDevice the device; NULL is refused
+/// @param aLogger gets the reason for a refusal
+/// @param[out] aCaps value of DEV_REG_FUNCTION_CAPS
+/// @return false when the device has no usable register block
+bool ReadFunctionCaps(IKoDeviceAdapter* aDevice, KuUtilsLib::Logger& aLogger, std::uint32_t& aCaps);
+
+} // namespace KoSerialLib

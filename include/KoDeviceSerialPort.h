@@ -1,0 +1,128 @@
+#pragma once
+
+#include <KoDeviceSerial.h>
+#include <KoResult.h>
+#include <KoSerialExport.h>
+
+#include <cstdint>
+#include <memory>
+
+class IKoDeviceAdapter;
+class KoDeviceSerialPortEchoSink;
+
+namespace KoSerialLib
+{
+class DeviceSerialPort;
+}
+
+/// A serial port on one of the two UARTs or eight bulk ports of a device.
+///
+/// An object is closed until Open() succeeds and may be opened again, on the same or another port, after Close().
+///
+/// @par Threads
+/// One thread may read while another writes and others query. Two writes, or two reads, must not overlap. Open(),
+/// Close() and the destructor must not overlap any other call on the same object. Different objects are independent.
+///
+/// No operation throws, except for SetRxBufferSize() when memory runs out.
+class KO_SERIAL_API KoDeviceSerialPort
+{
+public:
+    /// Creates a closed port.
+    KoDeviceSerialPort();
+
+    /// Closes the port if it is open, with a warning in the log. The device must still exist then.
+    virtual ~KoDeviceSerialPort();
+
+    KoDeviceSerialPort(const KoDeviceSerialPort&) = delete;
+    KoDeviceSerialPort& operator=(const KoDeviceSerialPort&) = delete;
+
+    /// Opens a port of a device. Blocks for as long as a few register or feature accesses take.
+    ///
+    /// An open object must be closed first: opening it again discards its hold on the old port, which then stays in use
+    /// until the process ends.
+    ///
+    /// @param aDevice the device; not owned, kept until Close(), must not be NULL and must outlive the open port
+    /// @param aPort the port
+    /// @return
+    /// - OK: the port is open; received bytes are collected from now on and the statistics are 0
+    /// - INVALID_PARAMETER: aPort is KoDeviceSerialInvalid; the object stays as it was
+    /// - NOT_SUPPORTED: aPort is unknown (the object stays as it was), or the device does not offer it
+    /// - NOT_CONNECTED: the device is not connected
+    /// - GENERIC_ERROR: another object of this process holds the port ("The specified port is already in use."), or an
+    ///   access to the device failed; in the latter case IsOpened() may be true, and Close() cleans up
+    KoResult Open(IKoDeviceAdapter* aDevice, KoDeviceSerial aPort);
+
+    /// Closes the port and forgets received bytes that were not read. The ring size and the statistics stay.
+    /// @return OK; NOT_CONNECTED when the port is not open, or when the device is not connected: then the port stays
+    ///         open and held
+    KoResult Close();
+
+    /// True between a successful Open() and Close().
+    bool IsOpened();
+
+    /// Sends bytes. Blocks until the device has confirmed them: up to 1020 ms for each byte on a UART.
+    /// @param aData the bytes, not kept; may be NULL when aSize is 0
+    /// @param aSize number of bytes
+    /// @param[out] aBytesWritten number of bytes handed to the device, also after a failure
+    /// @return OK: all bytes went out; NOT_CONNECTED: not open, or the device is not connected; GENERIC_ERROR: the
+    /// device
+    ///         refused a byte or did not confirm it in time
+    KoResult Write(const std::uint8_t* aData, std::uint32_t aSize, std::uint32_t& aBytesWritten);
+
+    /// Tells how far the current or last write has come. May be called while another thread writes.
+    /// @param[out] aWritten bytes sent; unchanged on failure
+    /// @param[out] aTotal bytes to send; unchanged on failure
+    /// @return OK; STATE_ERROR when nothing was written since the port was opened
+    KoResult GetWriteProgress(std::uint32_t& aWritten, std::uint32_t& aTotal);
+
+    /// Takes out received bytes. Returns as soon as there is at least one; it does not wait to fill the buffer.
+    /// @param[out] aBuffer where the bytes go; room for one byte at least, even when aSize is 0
+    /// @param aSize most bytes to take; 0 takes one byte when one is ready
+    /// @param[out] aBytesRead number of bytes taken; 0 with OK when the received bytes were flushed in the meantime
+    /// @param aTimeoutMs how long to wait for the first byte, in milliseconds; 0 does not wait
+    /// @return OK; TIMEOUT: nothing came in time
+    KoResult Read(std::uint8_t* aBuffer, std::uint32_t aSize, std::uint32_t& aBytesRead, std::uint32_t aTimeoutMs);
+
+    /// Forgets the received bytes that were not read. @return OK
+    KoResult FlushRxBuffer();
+
+    /// Tells how many received bytes wait to be read. @return OK
+    KoResult GetRxBytesReady(std::uint32_t& aBytes);
+
+    /// Tells the size of the receive ring in bytes; it holds one byte less. 16384 after construction. @return OK
+    KoResult GetRxBufferSize(std::uint32_t& aSize);
+
+    /// Changes the size of the receive ring and forgets the received bytes that were not read. When the ring is full, a
+    /// new byte pushes out the oldest.
+    /// @param aSize new size in bytes
+    /// @return OK; INVALID_PARAMETER: aSize is 0, the ring stays as it is
+    KoResult SetRxBufferSize(std::uint32_t aSize);
+
+    /// Marks the end of a sequence of reads for the echo sinks. @return OK
+    KoResult NotifyReadComplete();
+
+    /// Bytes sent by successful writes since Open() or ResetStatistics(); kept by Close().
+    std::uint64_t GetBytesSent() const;
+
+    /// Bytes handed out by Read() since Open() or ResetStatistics(); kept by Close().
+    std::uint64_t GetBytesReceived() const;
+
+    /// Sets both counts to 0.
+    void ResetStatistics();
+
+    /// True when the device is connected and offers that port. Any thread may ask; NULL and unknown ports give false.
+    static bool IsSupported(IKoDeviceAdapter* aDevice, KoDeviceSerial aPort);
+
+    /// Shows aSink the traffic of every port from now on. Any thread may call it, except from inside a sink.
+    /// @param aSink not owned; must stay alive until it is unregistered
+    /// @return OK; INVALID_PARAMETER: aSink is NULL; NOT_SUPPORTED: it is registered already
+    static KoResult RegisterEchoSink(KoDeviceSerialPortEchoSink* aSink);
+
+    /// Stops it; after the return no call to aSink runs or will come. Any thread may call it, except from inside a
+    /// sink.
+    /// @return OK; INVALID_PARAMETER: aSink is NULL; NOT_FOUND: it is not registered
+    static KoResult UnregisterEchoSink(KoDeviceSerialPortEchoSink* aSink);
+
+private:
+    std::unique_ptr<KoSerialLib::DeviceSerialPort> mEngine;
+};
