@@ -8,7 +8,7 @@ configure_package_config_file(cmake/KoSerialConfig.cmake.in ${PROJECT_BINARY_DIR
 write_basic_package_version_file(${PROJECT_BINARY_DIR}/KoSerialConfigVersion.cmake COMPATIBILITY SameMajorVersion)
 configure_file(cmake/koserial.pc.in ${PROJECT_BINARY_DIR}/koserial.pc @ONLY)
 
-install(DIRECTORY include/ Libraries/KoBase/include/
+install(DIRECTORY include/ Libraries/KoBase/include/ Libraries/KoSim/include/
     DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/KoSerial FILES_MATCHING PATTERN "*.h")
 install(EXPORT KoSerialTargets NAMESPACE Ko:: DESTINATION ${KO_PACKAGE_DIR})
 install(FILES ${PROJECT_BINARY_DIR}/KoSerialConfig.cmake ${PROJECT_BINARY_DIR}/KoSerialConfigVersion.cmake

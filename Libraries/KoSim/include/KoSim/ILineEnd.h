@@ -1,0 +1,44 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+namespace KoSim
+{
+
+/// The line between a device and its far end, as the far end sees it. Every operation may be called from any thread.
+class ILine
+{
+public:
+    /// Puts bytes on the line towards the device. They arrive at the pace of the line. What finds no room on the line
+    /// is lost and counted in LineStatistics::mLostBytes.
+    virtual void Send(const std::uint8_t* aData, std::size_t aLength) = 0;
+
+    /// Number of bytes that Send() can take now without loss; for far ends that are able to wait.
+    virtual std::size_t GetRoom() = 0;
+
+protected:
+    ~ILine() = default;
+};
+
+/// What sits at the far end of a line of a simulated device. Implement it to simulate an instrument of your own.
+///
+/// Attach() comes first, then Receive() for the bytes that the device sends, then Detach(). Receive() runs on the
+/// thread of the device, one call at a time; it may call ILine::Send() and must not block: the device stands still
+/// meanwhile.
+class ILineEnd
+{
+public:
+    /// Connects this end with its line. aLine stays valid until Detach() has returned.
+    virtual void Attach(ILine& aLine) = 0;
+
+    /// Disconnects this end; it makes no call to its line after the return.
+    virtual void Detach() = 0;
+
+    /// Takes bytes that have arrived from the device; valid during the call.
+    virtual void Receive(const std::uint8_t* aData, std::size_t aLength) = 0;
+
+    virtual ~ILineEnd() = default;
+};
+
+} // namespace KoSim

@@ -1,0 +1,50 @@
+#pragma once
+
+#include <KoSim/ILineEnd.h>
+#include <KoSim/KoSimExport.h>
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+namespace KoSim
+{
+
+class PtyTerminal;
+
+/// A far end that any program can open: a pseudo-terminal, in raw mode.
+///
+/// Bytes that the device sends wait for the program, up to a bound; bytes that the program writes wait until the device
+/// takes them. When the line is detached, what waits for the program is held for it as long as it keeps reading.
+class KO_SIM_API PtyLine : public ILineEnd
+{
+public:
+    /// Opens a pseudo-terminal.
+    /// @param aLink path of a symbolic link to make to the terminal, removed on destruction; empty for none. A link
+    /// that
+    ///        points nowhere is replaced.
+    /// @throws std::system_error when there is no terminal to be had or the link cannot be made
+    explicit PtyLine(const std::string& aLink = std::string());
+    ~PtyLine() override;
+
+    PtyLine(const PtyLine&) = delete;
+    PtyLine& operator=(const PtyLine&) = delete;
+
+    /// Path of the terminal, to be opened by the other program.
+    const std::string& GetPath() const;
+
+    /// Number of bytes from the device that the program never read: they found no room, or it stopped reading.
+    std::uint64_t GetLostBytes() const;
+
+    void Attach(ILine& aLine) override;
+
+    /// Blocks until the program has read what waits for it, or has read nothing for one second.
+    void Detach() override;
+
+    void Receive(const std::uint8_t* aData, std::size_t aLength) override;
+
+private:
+    const std::unique_ptr<PtyTerminal> mTerminal;
+};
+
+} // namespace KoSim

@@ -1,0 +1,102 @@
+#pragma once
+
+#include <IKoDeviceAdapter.h>
+#include <KoSim/DeviceProfile.h>
+#include <KoSim/ILineEnd.h>
+#include <KoSim/KoSimExport.h>
+#include <KoSim/LineStatistics.h>
+#include <KoSim/Port.h>
+
+#include <cstdint>
+#include <memory>
+
+namespace KoSim
+{
+
+class DeviceRunner;
+
+/// A device without hardware, for demos and tests: registers, UARTs with the timing of their lines, interrupts and
+/// events, behind the adapter interface.
+///
+/// The device works on a thread of its own: it delivers events to the sinks and bytes to the far ends of the lines
+/// there, one call at a time and in order. Every operation may be called from any thread, also from inside a sink or a
+/// far end. A sink that unregisters itself from inside its own call is not called again after that call.
+///
+/// Besides the adapter interface there is the back end, which tests and tools use to make the outside world happen.
+class KO_SIM_API SimulatedDevice : public IKoDeviceAdapter
+{
+public:
+    /// Creates a connected device with nothing at the far ends of its lines.
+    /// @throws std::invalid_argument when the profile asks for what no device can have
+    explicit SimulatedDevice(const DeviceProfile& aProfile = DeviceProfile());
+
+    /// Detaches the far ends and stops. No sink is called any more.
+    ~SimulatedDevice() override;
+
+    SimulatedDevice(const SimulatedDevice&) = delete;
+    SimulatedDevice& operator=(const SimulatedDevice&) = delete;
+
+    /// @name Back end
+    /// @{
+
+    /// Puts a far end on a line, in place of the one before, which is detached. NULL leaves the line open. Must not be
+    /// called from inside a far end.
+    void SetLineEnd(Port aPort, std::shared_ptr<ILineEnd> aLineEnd);
+
+    /// Plugs the device in again; registers keep their values.
+    void Connect();
+
+    /// Unplugs the device: every access fails with NOT_CONNECTED and events that were under way are lost.
+    void Disconnect();
+
+    /// Makes the device stop working, or go on: while it is frozen it still answers accesses, but its lines stand still
+    /// and it sends no events.
+    void Freeze(bool aFrozen);
+
+    LineStatistics GetLineStatistics(Port aPort) const;
+
+    /// Number of accesses to register addresses that the device does not have.
+    std::uint64_t GetUnknownAccessCount() const;
+
+    /// Number of sinks that are registered.
+    std::size_t GetEventSinkCount() const;
+
+    /// The profile that the device was made from.
+    const DeviceProfile& GetProfile() const;
+
+    /// @}
+    /// @name Adapter
+    /// @{
+    bool IsGenIntegerPresent(const KoString& aName) override;
+    bool IsGenEnumPresent(const KoString& aName) override;
+    bool IsGenRegisterPresent(const KoString& aName) override;
+    bool IsGenEnumReadable(const KoString& aName) override;
+    bool IsGenEnumWritable(const KoString& aName) override;
+    bool IsGenEnumEntryAvailable(const KoString& aEnumName, const KoString& aEntryName) override;
+    KoResult GetGenIntegerValue(const KoString& aName, std::int64_t& aValue) override;
+    KoResult GetGenEnumEntries(const KoString& aName, KoStringList& aEntries) override;
+    KoResult GetGenEnumValue(const KoString& aName, KoString& aValue) override;
+    KoResult SetGenEnumValue(const KoString& aName, const KoString& aValue) override;
+    KoResult GetGenRegisterLength(const KoString& aName, std::int64_t& aLength) override;
+    KoResult GetGenRegisterData(const KoString& aName, std::uint8_t* aBuffer, std::int64_t aLength) override;
+    KoResult SetGenRegisterData(const KoString& aName, const std::uint8_t* aData, std::int64_t aLength) override;
+    KoResult RegisterGenInvalidator(const KoString& aName) override;
+    KoResult UnregisterGenInvalidator(const KoString& aName) override;
+    KoResult WriteRegister(std::uint32_t aAddress, std::uint32_t aValue) override;
+    KoResult ReadRegister(std::uint32_t aAddress, std::uint32_t* aValue) override;
+    KoResult BulkTransmit(const std::uint8_t* aData, std::uint32_t aCommand, std::uint32_t aLength) override;
+    KoResult WaitForIdle(std::uint32_t aTimeoutMs) override;
+    bool IsConnected() override;
+    bool IsTavricVideoInterface() override;
+    bool IsGigEVision() override;
+    KoResult RegisterEventSink(IKoDeviceEventSink* aSink) override;
+    KoResult UnregisterEventSink(IKoDeviceEventSink* aSink) override;
+    KoResult GetDeviceId(KoString& aId) override;
+    /// @}
+
+private:
+    const DeviceProfile mProfile;
+    const std::unique_ptr<DeviceRunner> mRunner;
+};
+
+} // namespace KoSim

@@ -1,0 +1,69 @@
+#pragma once
+
+#include "Output.h"
+#include "UartModel.h"
+
+#include <KoSim/DeviceProfile.h>
+#include <KoSim/LineStatistics.h>
+#include <KoSim/Port.h>
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+
+namespace KoSim
+{
+
+/// The device itself: registers, lines and the events that they cause. It has no thread and no clock, and it does not
+/// know who its host is or how the host reaches it: whoever drives it passes on accesses and bytes, says what time it
+/// is and carries its outputs away.
+class DeviceModel
+{
+public:
+    /// @throws std::invalid_argument when the profile asks for what no device can have
+    explicit DeviceModel(const DeviceProfile& aProfile);
+
+    DeviceModel(const DeviceModel&) = delete;
+    DeviceModel& operator=(const DeviceModel&) = delete;
+
+    /// Reads a register; an address that the device does not have reads 0 and is counted.
+    std::uint32_t ReadRegister(std::uint32_t aAddress);
+
+    /// Writes a register; an address that the device does not have is counted.
+    void WriteRegister(std::uint32_t aAddress, std::uint32_t aValue, Time aNow);
+
+    /// Puts bytes on the line of a port at its far end.
+    void Receive(Port aPort, const std::uint8_t* aData, std::size_t aLength, Time aNow);
+
+    /// Number of bytes that Receive() can take without loss.
+    std::size_t GetRoom(Port aPort) const;
+
+    /// Lets everything happen that is due.
+    void Advance(Time aNow);
+
+    /// When something is due next; nothing when only the outside world can make something happen.
+    std::optional<Time> GetDeadline() const;
+
+    /// Takes out the oldest output.
+    std::optional<Output> TakeOutput();
+
+    /// Counts the bytes of an event as reported to the host, or as lost when no host listened.
+    void CountEvent(const EventOutput& aEvent, bool aDelivered);
+
+    const LineStatistics& GetLineStatistics(Port aPort) const;
+    std::uint64_t GetUnknownAccessCount() const { return mUnknownAccesses; }
+
+private:
+    UartModel* FindUart(std::uint32_t aAddress);
+    std::uint32_t GetFunctionCaps() const;
+    void SetInterruptEnable(std::uint32_t aValue);
+
+    const std::uint32_t mUartCount;
+    OutputQueue mOutputs;
+    std::array<UartModel, 2> mUarts;
+    std::uint32_t mInterruptEnable = 0;
+    std::uint64_t mUnknownAccesses = 0;
+};
+
+} // namespace KoSim

@@ -1,0 +1,206 @@
+#include "DeviceRunner.h"
+
+#include <IKoDeviceEventSink.h>
+
+#include <algorithm>
+
+namespace KoSim
+{
+
+DeviceRunner::DeviceRunner(const DeviceProfile& aProfile)
+    : mModel(aProfile),
+      mLines{Line(*this, Port::Uart0), Line(*this, Port::Uart1)},
+      mThread([this] { Run(); })
+{
+}
+
+DeviceRunner::~DeviceRunner()
+{
+    for (std::size_t port = 0; port < PORT_COUNT; ++port)
+    {
+        SetLineEnd(static_cast<Port>(port), nullptr);
+    }
+    {
+        const std::lock_guard<std::mutex> lock(mMutex);
+        mStopping = true;
+        mWork.notify_one();
+    }
+    mThread.join();
+}
+
+bool DeviceRunner::IsConnected()
+{
+    const std::lock_guard<std::mutex> lock(mMutex);
+    return mConnected;
+}
+
+void DeviceRunner::SetConnected(bool aConnected)
+{
+    const std::lock_guard<std::mutex> lock(mMutex);
+    mConnected = aConnected;
+}
+
+void DeviceRunner::SetFrozen(bool aFrozen)
+{
+    const std::lock_guard<std::mutex> lock(mMutex);
+    mFrozen = aFrozen;
+    mWork.notify_one();
+}
+
+bool DeviceRunner::AddSink(IKoDeviceEventSink* aSink)
+{
+    const std::lock_guard<std::mutex> lock(mMutex);
+    if (aSink == nullptr || IsRegistered(aSink))
+    {
+        return false;
+    }
+    mSinks.push_back(aSink);
+    return true;
+}
+
+bool DeviceRunner::RemoveSink(IKoDeviceEventSink* aSink)
+{
+    Lock lock(mMutex);
+    const auto registered = std::find(mSinks.begin(), mSinks.end(), aSink);
+    if (registered == mSinks.end())
+    {
+        return false;
+    }
+    mSinks.erase(registered);
+    WaitUntilNotCalled(lock, aSink);
+    return true;
+}
+
+std::size_t DeviceRunner::GetSinkCount()
+{
+    const std::lock_guard<std::mutex> lock(mMutex);
+    return mSinks.size();
+}
+
+void DeviceRunner::SetLineEnd(Port aPort, std::shared_ptr<ILineEnd> aLineEnd)
+{
+    const auto port = static_cast<std::size_t>(aPort);
+    std::shared_ptr<ILineEnd> previous;
+    {
+        Lock lock(mMutex);
+        previous = std::move(mLineEnds.at(port));
+        mLineEnds.at(port) = nullptr;
+        WaitUntilNotCalled(lock, previous.get());
+    }
+    if (previous != nullptr)
+    {
+        previous->Detach();
+    }
+    if (aLineEnd != nullptr)
+    {
+        aLineEnd->Attach(mLines.at(port));
+        const std::lock_guard<std::mutex> lock(mMutex);
+        mLineEnds.at(port) = std::move(aLineEnd);
+    }
+}
+
+void DeviceRunner::Line::Send(const std::uint8_t* aData, std::size_t aLength)
+{
+    const std::lock_guard<std::mutex> lock(mRunner.mMutex);
+    mRunner.mModel.Receive(mPort, aData, aLength, mRunner.Now());
+    mRunner.mWork.notify_one();
+}
+
+std::size_t DeviceRunner::Line::GetRoom()
+{
+    const std::lock_guard<std::mutex> lock(mRunner.mMutex);
+    return mRunner.mModel.GetRoom(mPort);
+}
+
+Time DeviceRunner::Now() const
+{
+    return std::chrono::steady_clock::now() - mStart;
+}
+
+void DeviceRunner::Run()
+{
+    Lock lock(mMutex);
+    while (!mStopping)
+    {
+        if (mFrozen)
+        {
+            mWork.wait(lock);
+            continue;
+        }
+        mModel.Advance(Now());
+        if (const std::optional<Output> output = mModel.TakeOutput())
+        {
+            std::visit([&](const auto& aOutput) { Deliver(lock, aOutput); }, *output);
+            continue;
+        }
+        WaitForWork(lock);
+    }
+}
+
+void DeviceRunner::WaitForWork(Lock& aLock)
+{
+    const std::optional<Time> deadline = mModel.GetDeadline();
+    if (deadline)
+    {
+        mWork.wait_until(aLock, mStart + *deadline);
+    }
+    else
+    {
+        mWork.wait(aLock);
+    }
+}
+
+void DeviceRunner::Deliver(Lock& aLock, const EventOutput& aEvent)
+{
+    const std::uint64_t blockId = ++mBlockId;
+    const auto timestamp = static_cast<std::uint64_t>(aEvent.mTime.count());
+    const std::vector<IKoDeviceEventSink*> sinks = mConnected ? mSinks : std::vector<IKoDeviceEventSink*>();
+    mModel.CountEvent(aEvent, !sinks.empty());
+    for (IKoDeviceEventSink* const sink : sinks)
+    {
+        if (IsRegistered(sink))
+        {
+            CallUnlocked(aLock, sink,
+                         [&]
+                         {
+                             sink->NotifyEvent(aEvent.mEventId, 0, blockId, timestamp, aEvent.mPayload.data(),
+                                               static_cast<std::uint32_t>(aEvent.mPayload.size()));
+                         });
+        }
+    }
+}
+
+void DeviceRunner::Deliver(Lock& aLock, const LineOutput& aBytes)
+{
+    const std::shared_ptr<ILineEnd> lineEnd = mLineEnds.at(static_cast<std::size_t>(aBytes.mPort));
+    if (lineEnd != nullptr)
+    {
+        CallUnlocked(aLock, lineEnd.get(), [&] { lineEnd->Receive(aBytes.mBytes.data(), aBytes.mBytes.size()); });
+    }
+}
+
+bool DeviceRunner::IsRegistered(const IKoDeviceEventSink* aSink) const
+{
+    return std::find(mSinks.begin(), mSinks.end(), aSink) != mSinks.end();
+}
+
+void DeviceRunner::WaitUntilNotCalled(Lock& aLock, const void* aCallee)
+{
+    if (aCallee != nullptr && std::this_thread::get_id() != mThread.get_id())
+    {
+        mReturned.wait(aLock, [&] { return mCallee != aCallee; });
+    }
+}
+
+template <typename Call>
+void DeviceRunner::CallUnlocked(Lock& aLock, const void* aCallee, Call aCall)
+{
+    mCallee = aCallee;
+    aLock.unlock();
+    aCall();
+    aLock.lock();
+    mCallee = nullptr;
+    mReturned.notify_all();
+}
+
+} // namespace KoSim

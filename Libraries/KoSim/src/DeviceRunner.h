@@ -1,0 +1,112 @@
+#pragma once
+
+#include "DeviceModel.h"
+
+#include <KoResult.h>
+#include <KoSim/DeviceProfile.h>
+#include <KoSim/ILineEnd.h>
+#include <KoSim/Port.h>
+
+#include <array>
+#include <chrono>
+#include <condition_variable>
+#include <memory>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+class IKoDeviceEventSink;
+
+namespace KoSim
+{
+
+/// Runs a device model: guards it, gives it real time and carries its outputs to sinks and far ends, on a thread of its
+/// own and with nothing locked. Every operation may be called from any thread.
+class DeviceRunner
+{
+public:
+    explicit DeviceRunner(const DeviceProfile& aProfile);
+    ~DeviceRunner();
+
+    DeviceRunner(const DeviceRunner&) = delete;
+    DeviceRunner& operator=(const DeviceRunner&) = delete;
+
+    /// Runs aAccess(model, now) when the device is connected; fails with NOT_CONNECTED otherwise.
+    template <typename Access>
+    KoResult WithConnectedModel(Access aAccess)
+    {
+        const std::lock_guard<std::mutex> lock(mMutex);
+        if (!mConnected)
+        {
+            return KoResult(KoResult::NOT_CONNECTED, "The simulated device is not connected.");
+        }
+        aAccess(mModel, Now());
+        mWork.notify_one();
+        return KoResult(KoResult::OK);
+    }
+
+    /// Runs aQuery(model), connected or not.
+    template <typename Query>
+    auto WithModel(Query aQuery)
+    {
+        const std::lock_guard<std::mutex> lock(mMutex);
+        return aQuery(mModel);
+    }
+
+    bool IsConnected();
+    void SetConnected(bool aConnected);
+    void SetFrozen(bool aFrozen);
+
+    bool AddSink(IKoDeviceEventSink* aSink);
+
+    /// False when the sink was not registered. After the return no call to it runs or will come.
+    bool RemoveSink(IKoDeviceEventSink* aSink);
+
+    std::size_t GetSinkCount();
+
+    void SetLineEnd(Port aPort, std::shared_ptr<ILineEnd> aLineEnd);
+
+private:
+    /// The line of one port, as its far end sees it.
+    class Line : public ILine
+    {
+    public:
+        Line(DeviceRunner& aRunner, Port aPort) : mRunner(aRunner), mPort(aPort) {}
+        void Send(const std::uint8_t* aData, std::size_t aLength) override;
+        std::size_t GetRoom() override;
+
+    private:
+        DeviceRunner& mRunner;
+        const Port mPort;
+    };
+
+    using Lock = std::unique_lock<std::mutex>;
+
+    Time Now() const;
+    void Run();
+    void WaitForWork(Lock& aLock);
+    void Deliver(Lock& aLock, const EventOutput& aEvent);
+    void Deliver(Lock& aLock, const LineOutput& aBytes);
+    bool IsRegistered(const IKoDeviceEventSink* aSink) const;
+    void WaitUntilNotCalled(Lock& aLock, const void* aCallee);
+
+    template <typename Call>
+    void CallUnlocked(Lock& aLock, const void* aCallee, Call aCall);
+
+    const std::chrono::steady_clock::time_point mStart = std::chrono::steady_clock::now();
+    std::mutex mMutex;
+    std::condition_variable mWork;     ///< the device thread has something to do
+    std::condition_variable mReturned; ///< a call from the device thread has returned
+    DeviceModel mModel;
+    std::vector<IKoDeviceEventSink*> mSinks;
+    std::array<Line, PORT_COUNT> mLines;
+    std::array<std::shared_ptr<ILineEnd>, PORT_COUNT> mLineEnds;
+    const void* mCallee = nullptr; ///< the sink or far end that the device thread is calling
+    std::uint64_t mBlockId = 0;
+    bool mConnected = true;
+    bool mFrozen = false;
+    bool mStopping = false;
+    std::thread mThread;
+};
+
+} // namespace KoSim

@@ -1,0 +1,37 @@
+#pragma once
+
+#include <KoSim/LineSettings.h>
+#include <KoSim/Port.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <deque>
+#include <variant>
+#include <vector>
+
+namespace KoSim
+{
+
+/// An event that the device sends to its host.
+struct EventOutput
+{
+    Port mPort; ///< the port that it is about
+    std::uint16_t mEventId;
+    Time mTime;
+    std::size_t mReceivedBytes; ///< number of bytes from the line that the payload carries
+    std::vector<std::uint8_t> mPayload;
+};
+
+/// Bytes that have reached the far end of a line.
+struct LineOutput
+{
+    Port mPort;
+    std::vector<std::uint8_t> mBytes;
+};
+
+using Output = std::variant<EventOutput, LineOutput>;
+
+/// What a device has to tell the outside world, in order.
+using OutputQueue = std::deque<Output>;
+
+} // namespace KoSim

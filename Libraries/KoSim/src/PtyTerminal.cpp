@@ -1,0 +1,198 @@
+#include "PtyTerminal.h"
+
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <cstdlib>
+#include <utility>
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/eventfd.h>
+#include <sys/ioctl.h>
+#include <termios.h>
+
+namespace KoSim
+{
+namespace
+{
+
+using Clock = std::chrono::steady_clock;
+
+constexpr std::size_t OUTGOING_CAPACITY = std::size_t{1} << 20;
+constexpr auto PATIENCE = std::chrono::seconds(1);
+constexpr int POLL_PERIOD_MS = 5;
+
+std::string GetSlavePath(int aMaster)
+{
+    std::array<char, 64> path{};
+    if (::grantpt(aMaster) != 0 || ::unlockpt(aMaster) != 0 || ::ptsname_r(aMaster, path.data(), path.size()) != 0)
+    {
+        ThrowErrno("cannot set up a pseudo-terminal");
+    }
+    return path.data();
+}
+
+void MakeRaw(int aTerminal)
+{
+    termios settings{};
+    ::tcgetattr(aTerminal, &settings);
+    ::cfmakeraw(&settings);
+    ::tcsetattr(aTerminal, TCSANOW, &settings);
+}
+
+} // namespace
+
+PtyTerminal::PtyTerminal(const std::string& aLink)
+    : mMaster(::posix_openpt(O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC), "cannot open a pseudo-terminal"),
+      mPath(GetSlavePath(mMaster.Get())),
+      mSlave(::open(mPath.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC), "cannot open a pseudo-terminal"),
+      mWake(::eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC), "cannot make an event descriptor"),
+      mLink(aLink, mPath)
+{
+    MakeRaw(mSlave.Get());
+}
+
+PtyTerminal::~PtyTerminal()
+{
+    Stop();
+}
+
+void PtyTerminal::Start(ILine& aLine)
+{
+    mStopping = false;
+    mThread = std::thread([this, &aLine] { Run(aLine); });
+}
+
+void PtyTerminal::Stop()
+{
+    if (mThread.joinable())
+    {
+        {
+            const std::lock_guard<std::mutex> lock(mMutex);
+            mStopping = true;
+        }
+        Wake();
+        mThread.join();
+    }
+}
+
+void PtyTerminal::Queue(const std::uint8_t* aData, std::size_t aLength)
+{
+    {
+        const std::lock_guard<std::mutex> lock(mMutex);
+        const std::size_t taken = std::min(aLength, OUTGOING_CAPACITY - mOutgoing.size());
+        mOutgoing.insert(mOutgoing.end(), aData, aData + taken);
+        mLostBytes += aLength - taken;
+    }
+    Wake();
+}
+
+std::uint64_t PtyTerminal::GetLostBytes()
+{
+    const std::lock_guard<std::mutex> lock(mMutex);
+    return mLostBytes;
+}
+
+void PtyTerminal::Wake()
+{
+    const std::uint64_t one = 1;
+    [[maybe_unused]] const ssize_t written = ::write(mWake.Get(), &one, sizeof(one));
+}
+
+void PtyTerminal::Run(ILine& aLine)
+{
+    while (!IsStopping())
+    {
+        WaitForTraffic(aLine);
+        MoveToLine(aLine);
+        MoveToTerminal();
+    }
+    Drain();
+}
+
+bool PtyTerminal::IsStopping()
+{
+    const std::lock_guard<std::mutex> lock(mMutex);
+    return mStopping;
+}
+
+void PtyTerminal::WaitForTraffic(ILine& aLine)
+{
+    const bool hasRoom = aLine.GetRoom() > 0;
+    const bool hasOutgoing = GetOutgoingSize() > 0;
+    std::array<pollfd, 2> polled{};
+    polled[0].fd = mMaster.Get();
+    polled[0].events = static_cast<short>((hasRoom ? POLLIN : 0) | (hasOutgoing ? POLLOUT : 0));
+    polled[1].fd = mWake.Get();
+    polled[1].events = POLLIN;
+    ::poll(polled.data(), polled.size(), hasRoom ? -1 : POLL_PERIOD_MS);
+
+    std::uint64_t wakes = 0;
+    [[maybe_unused]] const ssize_t read = ::read(mWake.Get(), &wakes, sizeof(wakes));
+}
+
+void PtyTerminal::MoveToLine(ILine& aLine)
+{
+    std::array<std::uint8_t, 4096> buffer{};
+    const std::size_t room = std::min(buffer.size(), aLine.GetRoom());
+    if (room == 0)
+    {
+        return;
+    }
+    const ssize_t count = ::read(mMaster.Get(), buffer.data(), room);
+    if (count > 0)
+    {
+        aLine.Send(buffer.data(), static_cast<std::size_t>(count));
+    }
+}
+
+void PtyTerminal::MoveToTerminal()
+{
+    const std::lock_guard<std::mutex> lock(mMutex);
+    if (mOutgoing.empty())
+    {
+        return;
+    }
+    const ssize_t count = ::write(mMaster.Get(), mOutgoing.data(), mOutgoing.size());
+    if (count > 0)
+    {
+        mOutgoing.erase(mOutgoing.begin(), mOutgoing.begin() + count);
+    }
+}
+
+std::size_t PtyTerminal::GetOutgoingSize()
+{
+    const std::lock_guard<std::mutex> lock(mMutex);
+    return mOutgoing.size();
+}
+
+/// Number of bytes that the other program has not read.
+std::size_t PtyTerminal::GetUnreadSize()
+{
+    int inTerminal = 0;
+    ::ioctl(mSlave.Get(), FIONREAD, &inTerminal);
+    return GetOutgoingSize() + static_cast<std::size_t>(inTerminal);
+}
+
+void PtyTerminal::Drain()
+{
+    std::size_t unread = 0;
+    auto lastProgress = Clock::now();
+    do
+    {
+        MoveToTerminal();
+        // The kernel needs a moment to show what was written as unread.
+        std::this_thread::sleep_for(std::chrono::milliseconds(POLL_PERIOD_MS));
+        const std::size_t previous = std::exchange(unread, GetUnreadSize());
+        if (unread != previous)
+        {
+            lastProgress = Clock::now();
+        }
+    } while (unread > 0 && Clock::now() - lastProgress < PATIENCE);
+    const std::lock_guard<std::mutex> lock(mMutex);
+    mOutgoing.clear();
+    mLostBytes += unread;
+}
+
+} // namespace KoSim

@@ -1,0 +1,66 @@
+#pragma once
+
+#include "FileDescriptor.h"
+#include "SymbolicLink.h"
+
+#include <KoSim/ILineEnd.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace KoSim
+{
+
+/// A pseudo-terminal and the thread that moves bytes between it and a line.
+///
+/// This side keeps the slave open too: so the terminal lives on when the other program leaves, and its unread bytes can
+/// be counted.
+class PtyTerminal
+{
+public:
+    /// @throws std::system_error when there is no terminal to be had or the link cannot be made
+    explicit PtyTerminal(const std::string& aLink);
+    ~PtyTerminal();
+
+    PtyTerminal(const PtyTerminal&) = delete;
+    PtyTerminal& operator=(const PtyTerminal&) = delete;
+
+    const std::string& GetPath() const { return mPath; }
+    std::uint64_t GetLostBytes();
+
+    void Start(ILine& aLine);
+
+    /// Waits for the other program to read what is there, as long as it does, and stops.
+    void Stop();
+
+    /// Takes bytes for the other program.
+    void Queue(const std::uint8_t* aData, std::size_t aLength);
+
+private:
+    void Wake();
+    void Run(ILine& aLine);
+    bool IsStopping();
+    void WaitForTraffic(ILine& aLine);
+    void MoveToLine(ILine& aLine);
+    void MoveToTerminal();
+    std::size_t GetOutgoingSize();
+    std::size_t GetUnreadSize();
+    void Drain();
+
+    const FileDescriptor mMaster;
+    const std::string mPath;
+    const FileDescriptor mSlave;
+    const FileDescriptor mWake;
+    const SymbolicLink mLink;
+    std::mutex mMutex; ///< guards what follows
+    std::vector<std::uint8_t> mOutgoing;
+    std::uint64_t mLostBytes = 0;
+    bool mStopping = false;
+    std::thread mThread;
+};
+
+} // namespace KoSim
