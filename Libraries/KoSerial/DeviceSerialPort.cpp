@@ -44,8 +44,14 @@ KoResult DeviceSerialPort::Attach(IKoDeviceAdapter* aDevice, KoDeviceSerial aPor
     return claimed;
 }
 
-KoResult DeviceSerialPort::Detach()
+KoResult DeviceSerialPort::Detach(const std::function<void()>& aRestoreInterrupts)
 {
+    const KoResult connected = CheckConnected("Close");
+    if (!connected.IsOK())
+    {
+        return connected;
+    }
+    aRestoreInterrupts();
     ReleasePort();
     mDevice->UnregisterEventSink(this);
     return SerialPort::Close();

@@ -2,6 +2,8 @@
 
 #include "SerialPort.h"
 
+#include <functional>
+
 namespace KoSerialLib
 {
 
@@ -24,8 +26,9 @@ protected:
     /// Claims the port and subscribes to the events of the device: how the register engines begin to open.
     KoResult Attach(IKoDeviceAdapter* aDevice, KoDeviceSerial aPort, SupportTest aIsSupported);
 
-    /// Undoes Attach(): how the register engines end to close.
-    KoResult Detach();
+    /// How the register engines close: undoes Attach() after aRestoreInterrupts has put the interrupt enable bits back.
+    /// Fails with NOT_CONNECTED, and undoes nothing, when there is no device or it is gone.
+    KoResult Detach(const std::function<void()>& aRestoreInterrupts);
 
     /// Fails with NOT_CONNECTED, on behalf of aOperation, when this engine has no device or the device is gone.
     KoResult CheckConnected(const char* aOperation);

@@ -1,9 +1,13 @@
 #include <KoDeviceSerialPort.h>
 
+#include "BulkIPEngine.h"
+#include "IRegisterSerialPort.h"
 #include "Logging.h"
 #include "SerialPortIPEngine.h"
 
+using KoSerialLib::BulkIPEngine;
 using KoSerialLib::DeviceSerialPort;
+using KoSerialLib::IRegisterSerialPort;
 using KoSerialLib::SerialPort;
 using KoSerialLib::SerialPortIPEngine;
 
@@ -11,11 +15,11 @@ namespace
 {
 
 /// Deletes the engine, open or not, and puts a new one in its place.
-template <typename Engine>
-DeviceSerialPort& Replace(std::unique_ptr<DeviceSerialPort>& aEngine)
+template <typename Engine, typename... Arguments>
+DeviceSerialPort& Replace(std::unique_ptr<DeviceSerialPort>& aEngine, Arguments... aArguments)
 {
     aEngine.reset();
-    aEngine = std::make_unique<Engine>();
+    aEngine = std::make_unique<Engine>(aArguments...);
     return *aEngine;
 }
 
@@ -68,7 +72,20 @@ KoResult KoDeviceSerialPort::Open(IKoDeviceAdapter* aDevice, KoDeviceSerial aPor
     {
         return Replace<SerialPortIPEngine>(mEngine).Open(aDevice, aPort);
     }
-    return KoResult(KoResult::NOT_SUPPORTED);
+    if (aPort == KoDeviceSerialBulk0)
+    {
+        const bool inRegisters = BulkIPEngine::IsSupported(aDevice, aPort);
+        const bool inFeatures = IRegisterSerialPort::IsSupported(aDevice, aPort);
+        if (inRegisters)
+        {
+            return Replace<BulkIPEngine>(mEngine).Open(aDevice, aPort);
+        }
+        if (!inFeatures)
+        {
+            return KoResult(KoResult::NOT_SUPPORTED);
+        }
+    }
+    return Replace<IRegisterSerialPort>(mEngine, false).Open(aDevice, aPort);
 }
 
 KoResult KoDeviceSerialPort::Close()
@@ -147,7 +164,8 @@ bool KoDeviceSerialPort::IsSupported(IKoDeviceAdapter* aDevice, KoDeviceSerial a
     {
         return SerialPortIPEngine::IsSupported(aDevice, aPort);
     }
-    return false;
+    return IRegisterSerialPort::IsSupported(aDevice, aPort) ||
+           (aPort == KoDeviceSerialBulk0 && BulkIPEngine::IsSupported(aDevice, aPort));
 }
 
 KoResult KoDeviceSerialPort::RegisterEchoSink(KoDeviceSerialPortEchoSink* aSink)

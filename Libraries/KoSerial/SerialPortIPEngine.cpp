@@ -6,8 +6,6 @@
 #include <KuUtilsLib/LockScope.h>
 #include <KuUtilsLib/Thread.h>
 
-#include <cstring>
-
 namespace KoSerialLib
 {
 namespace
@@ -25,7 +23,6 @@ constexpr std::uint32_t UART_DATA_TX_BUSY = 0x00800000;
 
 constexpr std::uint32_t TX_TIMEOUT_MS = 1020;
 constexpr std::uint32_t TX_POLL_PERIOD_MS = 100;
-constexpr std::uint32_t WORD_SIZE = sizeof(std::uint32_t);
 
 bool IsUart(KoDeviceSerial aPort)
 {
@@ -36,13 +33,6 @@ bool IsUart(KoDeviceSerial aPort)
 std::uint32_t BitOf(KoDeviceSerial aPort, std::uint32_t aUart0Bit)
 {
     return aPort == KoDeviceSerialUart1 ? aUart0Bit << INT_UART_SHIFT : aUart0Bit;
-}
-
-std::uint32_t LoadWord(const std::uint8_t* aBytes)
-{
-    std::uint32_t word = 0;
-    std::memcpy(&word, aBytes, sizeof(word));
-    return word;
 }
 
 } // namespace
@@ -84,13 +74,7 @@ KoResult SerialPortIPEngine::Open(IKoDeviceAdapter* aDevice, KoDeviceSerial aPor
 
 KoResult SerialPortIPEngine::Close()
 {
-    const KoResult connected = CheckConnected(__func__);
-    if (!connected.IsOK())
-    {
-        return connected;
-    }
-    EnableInterrupts(true);
-    return Detach();
+    return Detach([this] { EnableInterrupts(true); });
 }
 
 bool SerialPortIPEngine::IsOpened()

@@ -1,6 +1,8 @@
 #pragma once
 
+#include "BulkFifoModel.h"
 #include "Output.h"
+#include "PortModel.h"
 #include "UartModel.h"
 
 #include <KoSim/DeviceProfile.h>
@@ -33,11 +35,17 @@ public:
     /// Writes a register; an address that the device does not have is counted.
     void WriteRegister(std::uint32_t aAddress, std::uint32_t aValue, Time aNow);
 
+    /// Hands a block of bytes to the transmitter of bulk port 0; false when the device has none.
+    bool BulkTransmit(const std::uint8_t* aData, std::size_t aLength, Time aNow);
+
     /// Puts bytes on the line of a port at its far end.
     void Receive(Port aPort, const std::uint8_t* aData, std::size_t aLength, Time aNow);
 
     /// Number of bytes that Receive() can take without loss.
     std::size_t GetRoom(Port aPort) const;
+
+    /// Makes the device stop working, or go on: while it is frozen, Advance() does nothing.
+    void SetFrozen(bool aFrozen) { mFrozen = aFrozen; }
 
     /// Lets everything happen that is due.
     void Advance(Time aNow);
@@ -45,23 +53,35 @@ public:
     /// When something is due next; nothing when only the outside world can make something happen.
     std::optional<Time> GetDeadline() const;
 
-    /// Takes out the oldest output.
-    std::optional<Output> TakeOutput();
+    /// What the device has to tell the outside world; whoever carries it away takes it out.
+    OutputQueue& GetOutputs() { return mOutputs; }
 
     /// Counts the bytes of an event as reported to the host, or as lost when no host listened.
     void CountEvent(const EventOutput& aEvent, bool aDelivered);
 
-    const LineStatistics& GetLineStatistics(Port aPort) const;
+    const LineStatistics& GetLineStatistics(Port aPort) const { return GetPort(aPort).mStatistics; }
+
+    /// Starts the statistics of a line anew.
+    void ResetLineStatistics(Port aPort) { GetPort(aPort).mStatistics = LineStatistics(); }
+
     std::uint64_t GetUnknownAccessCount() const { return mUnknownAccesses; }
 
 private:
+    PortModel& GetPort(Port aPort) const { return *mPorts.at(static_cast<std::size_t>(aPort)); }
     UartModel* FindUart(std::uint32_t aAddress);
+    bool ReadBulkRegister(std::uint32_t aAddress, std::uint32_t& aValue) const;
+    bool WriteBulkRegister(std::uint32_t aAddress, std::uint32_t aValue);
     std::uint32_t GetFunctionCaps() const;
     void SetInterruptEnable(std::uint32_t aValue);
 
     const std::uint32_t mUartCount;
     OutputQueue mOutputs;
+    const bool mBulk0InRegisters;
+    const bool mBulk0RunsI2c;
     std::array<UartModel, 2> mUarts;
+    BulkFifoModel mBulk0;
+    const std::array<PortModel*, PORT_COUNT> mPorts; ///< all of the above, by port
+    bool mFrozen = false;
     std::uint32_t mInterruptEnable = 0;
     std::uint64_t mUnknownAccesses = 0;
 };

@@ -9,7 +9,7 @@ namespace KoSim
 
 DeviceRunner::DeviceRunner(const DeviceProfile& aProfile)
     : mModel(aProfile),
-      mLines{Line(*this, Port::Uart0), Line(*this, Port::Uart1)},
+      mLines{Line(*this, Port::Uart0), Line(*this, Port::Uart1), Line(*this, Port::Bulk0)},
       mThread([this] { Run(); })
 {
 }
@@ -43,8 +43,28 @@ void DeviceRunner::SetConnected(bool aConnected)
 void DeviceRunner::SetFrozen(bool aFrozen)
 {
     const std::lock_guard<std::mutex> lock(mMutex);
-    mFrozen = aFrozen;
+    if (aFrozen == mFrozenSince.has_value())
+    {
+        return;
+    }
+    if (aFrozen)
+    {
+        mFrozenSince = Now();
+    }
+    else
+    {
+        // For the device no time has passed.
+        mStart = std::chrono::steady_clock::now() - *mFrozenSince;
+        mFrozenSince.reset();
+    }
+    mModel.SetFrozen(aFrozen);
     mWork.notify_one();
+}
+
+bool DeviceRunner::WaitUntilQuiet(std::chrono::milliseconds aTimeout)
+{
+    Lock lock(mMutex);
+    return mReturned.wait_for(lock, aTimeout, [this] { return IsQuiet(); });
 }
 
 bool DeviceRunner::AddSink(IKoDeviceEventSink* aSink)
@@ -114,7 +134,7 @@ std::size_t DeviceRunner::Line::GetRoom()
 
 Time DeviceRunner::Now() const
 {
-    return std::chrono::steady_clock::now() - mStart;
+    return mFrozenSince ? *mFrozenSince : std::chrono::steady_clock::now() - mStart;
 }
 
 void DeviceRunner::Run()
@@ -122,18 +142,22 @@ void DeviceRunner::Run()
     Lock lock(mMutex);
     while (!mStopping)
     {
-        if (mFrozen)
+        if (mFrozenSince)
         {
             mWork.wait(lock);
             continue;
         }
         mModel.Advance(Now());
-        if (const std::optional<Output> output = mModel.TakeOutput())
+        OutputQueue& outputs = mModel.GetOutputs();
+        if (outputs.empty())
         {
-            std::visit([&](const auto& aOutput) { Deliver(lock, aOutput); }, *output);
+            mReturned.notify_all();
+            WaitForWork(lock);
             continue;
         }
-        WaitForWork(lock);
+        const Output output = std::move(outputs.front());
+        outputs.pop_front();
+        std::visit([&](const auto& aOutput) { Deliver(lock, aOutput); }, output);
     }
 }
 
@@ -177,6 +201,13 @@ void DeviceRunner::Deliver(Lock& aLock, const LineOutput& aBytes)
     {
         CallUnlocked(aLock, lineEnd.get(), [&] { lineEnd->Receive(aBytes.mBytes.data(), aBytes.mBytes.size()); });
     }
+}
+
+bool DeviceRunner::IsQuiet()
+{
+    // Registers may have been written since the device thread looked last.
+    mModel.Advance(Now());
+    return mModel.GetOutputs().empty() && !mModel.GetDeadline() && mCallee == nullptr;
 }
 
 bool DeviceRunner::IsRegistered(const IKoDeviceEventSink* aSink) const

@@ -12,6 +12,7 @@
 #include <condition_variable>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <thread>
 #include <vector>
 
@@ -57,6 +58,9 @@ public:
     void SetConnected(bool aConnected);
     void SetFrozen(bool aFrozen);
 
+    /// Waits until nothing is under way or due any more; false when the time runs out first.
+    bool WaitUntilQuiet(std::chrono::milliseconds aTimeout);
+
     bool AddSink(IKoDeviceEventSink* aSink);
 
     /// False when the sink was not registered. After the return no call to it runs or will come.
@@ -87,16 +91,18 @@ private:
     void WaitForWork(Lock& aLock);
     void Deliver(Lock& aLock, const EventOutput& aEvent);
     void Deliver(Lock& aLock, const LineOutput& aBytes);
+    bool IsQuiet();
     bool IsRegistered(const IKoDeviceEventSink* aSink) const;
     void WaitUntilNotCalled(Lock& aLock, const void* aCallee);
 
     template <typename Call>
     void CallUnlocked(Lock& aLock, const void* aCallee, Call aCall);
 
-    const std::chrono::steady_clock::time_point mStart = std::chrono::steady_clock::now();
+    std::chrono::steady_clock::time_point mStart = std::chrono::steady_clock::now(); ///< time 0 of the device
+    std::optional<Time> mFrozenSince;
     std::mutex mMutex;
     std::condition_variable mWork;     ///< the device thread has something to do
-    std::condition_variable mReturned; ///< a call from the device thread has returned
+    std::condition_variable mReturned; ///< a call from the device thread has returned, or there is no more to do
     DeviceModel mModel;
     std::vector<IKoDeviceEventSink*> mSinks;
     std::array<Line, PORT_COUNT> mLines;
@@ -104,7 +110,6 @@ private:
     const void* mCallee = nullptr; ///< the sink or far end that the device thread is calling
     std::uint64_t mBlockId = 0;
     bool mConnected = true;
-    bool mFrozen = false;
     bool mStopping = false;
     std::thread mThread;
 };

@@ -34,4 +34,13 @@ using Output = std::variant<EventOutput, LineOutput>;
 /// What a device has to tell the outside world, in order.
 using OutputQueue = std::deque<Output>;
 
+/// Appends a 32-bit little-endian word to the payload of an event.
+inline void AppendWord(std::vector<std::uint8_t>& aPayload, std::uint32_t aWord)
+{
+    for (std::uint32_t shift = 0; shift < 32; shift += 8)
+    {
+        aPayload.push_back(static_cast<std::uint8_t>(aWord >> shift));
+    }
+}
+
 } // namespace KoSim

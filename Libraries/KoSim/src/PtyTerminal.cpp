@@ -23,6 +23,10 @@ constexpr std::size_t OUTGOING_CAPACITY = std::size_t{1} << 20;
 constexpr auto PATIENCE = std::chrono::seconds(1);
 constexpr int POLL_PERIOD_MS = 5;
 
+/// No more than this lies unread in the terminal: what is beyond, the kernel keeps where nobody can see that it is
+/// read.
+constexpr std::size_t TERMINAL_CAPACITY = 2048;
+
 std::string GetSlavePath(int aMaster)
 {
     std::array<char, 64> path{};
@@ -46,7 +50,7 @@ void MakeRaw(int aTerminal)
 PtyTerminal::PtyTerminal(const std::string& aLink)
     : mMaster(::posix_openpt(O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC), "cannot open a pseudo-terminal"),
       mPath(GetSlavePath(mMaster.Get())),
-      mSlave(::open(mPath.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC), "cannot open a pseudo-terminal"),
+      mSlave(::open(mPath.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC), "cannot open a pseudo-terminal"),
       mWake(::eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC), "cannot make an event descriptor"),
       mLink(aLink, mPath)
 {
@@ -120,13 +124,13 @@ bool PtyTerminal::IsStopping()
 void PtyTerminal::WaitForTraffic(ILine& aLine)
 {
     const bool hasRoom = aLine.GetRoom() > 0;
-    const bool hasOutgoing = GetOutgoingSize() > 0;
+    const bool mustWait = !hasRoom || GetOutgoingSize() > 0;
     std::array<pollfd, 2> polled{};
     polled[0].fd = mMaster.Get();
-    polled[0].events = static_cast<short>((hasRoom ? POLLIN : 0) | (hasOutgoing ? POLLOUT : 0));
+    polled[0].events = static_cast<short>(hasRoom ? POLLIN : 0);
     polled[1].fd = mWake.Get();
     polled[1].events = POLLIN;
-    ::poll(polled.data(), polled.size(), hasRoom ? -1 : POLL_PERIOD_MS);
+    ::poll(polled.data(), polled.size(), mustWait ? POLL_PERIOD_MS : -1);
 
     std::uint64_t wakes = 0;
     [[maybe_unused]] const ssize_t read = ::read(mWake.Get(), &wakes, sizeof(wakes));
@@ -150,11 +154,9 @@ void PtyTerminal::MoveToLine(ILine& aLine)
 void PtyTerminal::MoveToTerminal()
 {
     const std::lock_guard<std::mutex> lock(mMutex);
-    if (mOutgoing.empty())
-    {
-        return;
-    }
-    const ssize_t count = ::write(mMaster.Get(), mOutgoing.data(), mOutgoing.size());
+    const std::size_t inTerminal = std::min(GetTerminalSize(), TERMINAL_CAPACITY);
+    const std::size_t size = std::min(mOutgoing.size(), TERMINAL_CAPACITY - inTerminal);
+    const ssize_t count = ::write(mMaster.Get(), mOutgoing.data(), size);
     if (count > 0)
     {
         mOutgoing.erase(mOutgoing.begin(), mOutgoing.begin() + count);
@@ -167,12 +169,24 @@ std::size_t PtyTerminal::GetOutgoingSize()
     return mOutgoing.size();
 }
 
-/// Number of bytes that the other program has not read.
-std::size_t PtyTerminal::GetUnreadSize()
+/// Number of bytes in the terminal that the other program has not read.
+std::size_t PtyTerminal::GetTerminalSize() const
 {
-    int inTerminal = 0;
-    ::ioctl(mSlave.Get(), FIONREAD, &inTerminal);
-    return GetOutgoingSize() + static_cast<std::size_t>(inTerminal);
+    int size = 0;
+    ::ioctl(mSlave.Get(), FIONREAD, &size);
+    return static_cast<std::size_t>(size);
+}
+
+/// Takes what the other program has left in the terminal, and tells how much that was.
+std::size_t PtyTerminal::EmptyTerminal()
+{
+    std::array<std::uint8_t, TERMINAL_CAPACITY> buffer{};
+    std::size_t taken = 0;
+    for (ssize_t count = 0; (count = ::read(mSlave.Get(), buffer.data(), buffer.size())) > 0;)
+    {
+        taken += static_cast<std::size_t>(count);
+    }
+    return taken;
 }
 
 void PtyTerminal::Drain()
@@ -184,15 +198,15 @@ void PtyTerminal::Drain()
         MoveToTerminal();
         // The kernel needs a moment to show what was written as unread.
         std::this_thread::sleep_for(std::chrono::milliseconds(POLL_PERIOD_MS));
-        const std::size_t previous = std::exchange(unread, GetUnreadSize());
+        const std::size_t previous = std::exchange(unread, GetOutgoingSize() + GetTerminalSize());
         if (unread != previous)
         {
             lastProgress = Clock::now();
         }
     } while (unread > 0 && Clock::now() - lastProgress < PATIENCE);
     const std::lock_guard<std::mutex> lock(mMutex);
+    mLostBytes += mOutgoing.size() + EmptyTerminal();
     mOutgoing.clear();
-    mLostBytes += unread;
 }
 
 } // namespace KoSim

@@ -48,7 +48,8 @@ private:
     void MoveToLine(ILine& aLine);
     void MoveToTerminal();
     std::size_t GetOutgoingSize();
-    std::size_t GetUnreadSize();
+    std::size_t GetTerminalSize() const;
+    std::size_t EmptyTerminal();
     void Drain();
 
     const FileDescriptor mMaster;

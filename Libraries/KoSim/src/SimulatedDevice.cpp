@@ -43,9 +43,19 @@ void SimulatedDevice::Freeze(bool aFrozen)
     mRunner->SetFrozen(aFrozen);
 }
 
+bool SimulatedDevice::WaitUntilQuiet(std::chrono::milliseconds aTimeout) const
+{
+    return mRunner->WaitUntilQuiet(aTimeout);
+}
+
 LineStatistics SimulatedDevice::GetLineStatistics(Port aPort) const
 {
     return mRunner->WithModel([&](const DeviceModel& aModel) { return aModel.GetLineStatistics(aPort); });
+}
+
+void SimulatedDevice::ResetLineStatistics(Port aPort)
+{
+    mRunner->WithModel([&](DeviceModel& aModel) { aModel.ResetLineStatistics(aPort); });
 }
 
 std::uint64_t SimulatedDevice::GetUnknownAccessCount() const
@@ -150,10 +160,13 @@ KoResult SimulatedDevice::ReadRegister(std::uint32_t aAddress, std::uint32_t* aV
     return mRunner->WithConnectedModel([&](DeviceModel& aModel, Time) { *aValue = aModel.ReadRegister(aAddress); });
 }
 
-KoResult SimulatedDevice::BulkTransmit(const std::uint8_t* /*aData*/, std::uint32_t /*aCommand*/,
-                                       std::uint32_t /*aLength*/)
+KoResult SimulatedDevice::BulkTransmit(const std::uint8_t* aData, std::uint32_t /*aCommand*/, std::uint32_t aLength)
 {
-    return KoResult(KoResult::NOT_SUPPORTED, "The simulated device has no bulk transmitter.");
+    bool taken = false;
+    const KoResult result = mRunner->WithConnectedModel([&](DeviceModel& aModel, Time aNow)
+                                                        { taken = aModel.BulkTransmit(aData, aLength, aNow); });
+    return result.IsOK() && !taken ? KoResult(KoResult::NOT_SUPPORTED, "The simulated device has no bulk transmitter.")
+                                   : result;
 }
 
 KoResult SimulatedDevice::WaitForIdle(std::uint32_t /*aTimeoutMs*/)

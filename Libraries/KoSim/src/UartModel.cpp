@@ -3,33 +3,22 @@
 #include "Registers.h"
 
 #include <algorithm>
-#include <array>
-#include <cstring>
 
 namespace KoSim
 {
 namespace
 {
 
-constexpr std::size_t LINE_CAPACITY = 65536;
-
 /// The most received bytes that fit one event packet of the device.
 constexpr std::size_t BYTES_PER_EVENT = 128;
-
-void AppendWord(std::vector<std::uint8_t>& aPayload, std::uint32_t aWord)
-{
-    std::array<std::uint8_t, sizeof(aWord)> bytes{};
-    std::memcpy(bytes.data(), &aWord, bytes.size());
-    aPayload.insert(aPayload.end(), bytes.begin(), bytes.end());
-}
 
 } // namespace
 
 UartModel::UartModel(Port aPort, Time aByteTime, OutputQueue& aOutputs)
-    : mPort(aPort),
-      mByteTime(aByteTime),
-      mOutputs(aOutputs)
+    : PortModel(aPort, aOutputs),
+      mByteTime(aByteTime)
 {
+    mIncoming.SetByteTime(aByteTime);
 }
 
 void UartModel::WriteData(std::uint32_t aValue, Time aNow)
@@ -61,22 +50,6 @@ void UartModel::EnableInterrupts(bool aTx, bool aRx)
     mRxInterrupt = aRx;
 }
 
-void UartModel::Receive(const std::uint8_t* aData, std::size_t aLength, Time aNow)
-{
-    const std::size_t taken = std::min(aLength, GetRoom());
-    mStatistics.mLostBytes += aLength - taken;
-    if (mIncoming.empty())
-    {
-        mNextArrival = std::max(mNextArrival, aNow + mByteTime);
-    }
-    mIncoming.insert(mIncoming.end(), aData, aData + taken);
-}
-
-std::size_t UartModel::GetRoom() const
-{
-    return LINE_CAPACITY - mIncoming.size();
-}
-
 void UartModel::Advance(Time aNow)
 {
     FinishTransmission(aNow);
@@ -88,7 +61,7 @@ std::optional<Time> UartModel::GetDeadline() const
     std::optional<Time> deadline = mTxDone;
     if (HasByteToTake())
     {
-        const Time arrival = mHeld ? Time(0) : mNextArrival;
+        const Time arrival = mHeld ? Time(0) : mIncoming.GetNextArrival();
         deadline = deadline ? std::min(*deadline, arrival) : arrival;
     }
     return deadline;
@@ -96,7 +69,7 @@ std::optional<Time> UartModel::GetDeadline() const
 
 bool UartModel::HasByteToTake() const
 {
-    return mRxInterrupt ? mHeld || !mIncoming.empty() : !mHeld && !mIncoming.empty();
+    return mRxInterrupt ? mHeld || !mIncoming.IsEmpty() : !mHeld && !mIncoming.IsEmpty();
 }
 
 void UartModel::FinishTransmission(Time aNow)
@@ -116,42 +89,39 @@ void UartModel::FinishTransmission(Time aNow)
 
 void UartModel::TakeFromLine(Time aNow)
 {
-    std::vector<std::uint8_t> reported;
-    if (mRxInterrupt && mHeld)
+    if (mRxInterrupt)
     {
-        reported.push_back(*mHeld);
-        mHeld.reset();
+        ReportReceived(aNow);
     }
-    if (mFarEndWaits && HasByteToTake())
+    else if (!mHeld)
     {
-        mNextArrival = aNow + mByteTime;
-        mFarEndWaits = false;
-    }
-    while (HasByteToTake() && mNextArrival <= aNow)
-    {
-        const std::uint8_t byte = mIncoming.front();
-        mIncoming.pop_front();
-        mNextArrival += mByteTime;
-        if (mRxInterrupt)
+        const std::vector<std::uint8_t> arrived = mIncoming.Take(1, aNow);
+        if (!arrived.empty())
         {
-            reported.push_back(byte);
-        }
-        else
-        {
-            mHeld = byte;
+            mHeld = arrived.front();
         }
     }
-    mFarEndWaits = !mIncoming.empty() && !HasByteToTake();
-    ReportReceived(reported, aNow);
+    if (!HasByteToTake())
+    {
+        mIncoming.Hold();
+    }
 }
 
-void UartModel::ReportReceived(const std::vector<std::uint8_t>& aBytes, Time aNow)
+void UartModel::ReportReceived(Time aNow)
 {
-    for (auto next = aBytes.begin(); next != aBytes.end();)
+    if (mHeld)
     {
-        const auto count = std::min<std::ptrdiff_t>(aBytes.end() - next, BYTES_PER_EVENT);
-        SendInterrupt(INTERRUPT_UART_RX, {next, next + count}, aNow);
-        next += count;
+        SendInterrupt(INTERRUPT_UART_RX, {*mHeld}, aNow);
+        mHeld.reset();
+    }
+    for (;;)
+    {
+        const std::vector<std::uint8_t> arrived = mIncoming.Take(BYTES_PER_EVENT, aNow);
+        if (arrived.empty())
+        {
+            return;
+        }
+        SendInterrupt(INTERRUPT_UART_RX, arrived, aNow);
     }
 }
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <KoSim/LineSettings.h>
+
 #include <cstdint>
 
 namespace KoSim
@@ -11,7 +13,14 @@ struct LineStatistics
     std::uint64_t mSentBytes = 0;     ///< reached the far end
     std::uint64_t mReceivedBytes = 0; ///< came from the far end and were reported to the host or fetched by it
     std::uint64_t mLostBytes = 0;     ///< came from the far end and found no room, or no host that listened
-    std::uint64_t mTxOverruns = 0;    ///< written by the host while the transmitter was still busy, and lost
+    std::uint64_t mTxOverruns = 0;    ///< handed over by the host and lost: the transmitter had no room, or was reset
+
+    /// @name Bulk ports only, with LineTiming::Real
+    /// @{
+    Time mBusyTime{0};            ///< during which bytes went out
+    Time mIdleTime{0};            ///< between two bytes, during which the transmitter had nothing to send
+    std::uint64_t mUnderruns = 0; ///< how often that happened
+    /// @}
 };
 
 } // namespace KoSim

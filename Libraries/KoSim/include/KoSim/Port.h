@@ -10,9 +10,10 @@ enum class Port : std::size_t
 {
     Uart0 = 0,
     Uart1 = 1,
+    Bulk0 = 2,
 };
 
 /// Number of ports of a device that has them all.
-constexpr std::size_t PORT_COUNT = 2;
+constexpr std::size_t PORT_COUNT = 3;
 
 } // namespace KoSim

@@ -7,6 +7,7 @@
 #include <KoSim/LineStatistics.h>
 #include <KoSim/Port.h>
 
+#include <chrono>
 #include <cstdint>
 #include <memory>
 
@@ -53,7 +54,15 @@ public:
     /// and it sends no events.
     void Freeze(bool aFrozen);
 
+    /// Waits until the device has delivered everything to sinks and far ends and its lines are at rest. Must not be
+    /// called from inside a sink or a far end.
+    /// @return false when that takes longer than aTimeout
+    bool WaitUntilQuiet(std::chrono::milliseconds aTimeout) const;
+
     LineStatistics GetLineStatistics(Port aPort) const;
+
+    /// Starts the statistics of a line anew.
+    void ResetLineStatistics(Port aPort);
 
     /// Number of accesses to register addresses that the device does not have.
     std::uint64_t GetUnknownAccessCount() const;

@@ -1,0 +1,160 @@
+#include "BulkFifoModel.h"
+
+#include "Registers.h"
+
+#include <KoSim/BulkLine.h>
+
+#include <algorithm>
+#include <chrono>
+
+namespace KoSim
+{
+namespace
+{
+
+constexpr std::size_t FIFO_SIZE = 256;
+
+/// The most received bytes that fit one event packet of the device.
+constexpr std::size_t BYTES_PER_EVENT = 512;
+
+/// On a fast line bytes reach the far end in groups, so that the thread behind this model is not woken for each.
+constexpr Time SHORTEST_STEP = std::chrono::microseconds(100);
+
+} // namespace
+
+BulkFifoModel::BulkFifoModel(LineTiming aTiming, std::uint32_t aConfig, std::uint16_t aEventId, OutputQueue& aOutputs)
+    : PortModel(Port::Bulk0, aOutputs),
+      mTiming(aTiming),
+      mEventId(aEventId)
+{
+    WriteConfig(aConfig);
+}
+
+void BulkFifoModel::WriteConfig(std::uint32_t aValue)
+{
+    mConfig = aValue;
+    const BulkLine line = GetBulkLine(aValue);
+    mLaterChunk = GetLaterChunkSize(line);
+    mByteTime = mTiming == LineTiming::Real ? GetByteTime(line) : Time(0);
+    mIncoming.SetByteTime(mByteTime);
+    if ((aValue & BULK_CONFIG_RESET) != 0)
+    {
+        mStatistics.mTxOverruns += mFifo.size();
+        mFifo.clear();
+    }
+}
+
+void BulkFifoModel::Transmit(const std::uint8_t* aData, std::size_t aLength, Time aNow)
+{
+    const std::size_t taken = std::min(aLength, FIFO_SIZE - mFifo.size());
+    mStatistics.mTxOverruns += aLength - taken;
+    if (taken == 0)
+    {
+        return;
+    }
+    if (mFifo.empty())
+    {
+        mByteDone = aNow + mByteTime;
+        if (mIdleSince)
+        {
+            ++mStatistics.mUnderruns;
+            mStatistics.mIdleTime += aNow - *mIdleSince;
+        }
+    }
+    mFifo.insert(mFifo.end(), aData, aData + taken);
+}
+
+void BulkFifoModel::Advance(Time aNow)
+{
+    Drain(aNow);
+    TakeFromLine(aNow);
+}
+
+std::optional<Time> BulkFifoModel::GetDeadline() const
+{
+    std::optional<Time> deadline;
+    if (!mFifo.empty())
+    {
+        const Time step = mByteDone + std::max(Time(0), SHORTEST_STEP - mByteTime);
+        deadline = std::min(step, mByteDone + mByteTime * (GetBytesToInterrupt() - 1));
+    }
+    if (!mIncoming.IsEmpty() && (mInterrupts & INTERRUPT_BULK_RX) != 0)
+    {
+        deadline = std::min(deadline.value_or(mIncoming.GetNextArrival()), mIncoming.GetNextArrival());
+    }
+    return deadline;
+}
+
+/// Number of bytes that must leave the FIFO before it has something to report.
+Time::rep BulkFifoModel::GetBytesToInterrupt() const
+{
+    const std::size_t room = FIFO_SIZE - mFifo.size();
+    const bool partialIsAhead = room < mLaterChunk && mLaterChunk < FIFO_SIZE;
+    return static_cast<Time::rep>(partialIsAhead ? mLaterChunk - room : mFifo.size());
+}
+
+void BulkFifoModel::Drain(Time aNow)
+{
+    while (!mFifo.empty() && mByteDone <= aNow)
+    {
+        const Time::rep due = mByteTime > Time(0) ? (aNow - mByteDone) / mByteTime + 1 : GetBytesToInterrupt();
+        SendBytes(std::min(due, GetBytesToInterrupt()));
+    }
+}
+
+/// Lets bytes leave the FIFO, at most as many as there are before the next interrupt.
+void BulkFifoModel::SendBytes(Time::rep aCount)
+{
+    const auto end = mFifo.begin() + aCount;
+    mOutputs.emplace_back(LineOutput{mPort, {mFifo.begin(), end}});
+    mFifo.erase(mFifo.begin(), end);
+    mStatistics.mSentBytes += static_cast<std::uint64_t>(aCount);
+    mStatistics.mBusyTime += mByteTime * aCount;
+    mByteDone += mByteTime * aCount;
+
+    const Time lastByteDone = mByteDone - mByteTime;
+    if (FIFO_SIZE - mFifo.size() == mLaterChunk)
+    {
+        SendInterrupt(INTERRUPT_BULK_TX_PARTIAL, {}, lastByteDone);
+    }
+    if (mFifo.empty())
+    {
+        SendInterrupt(INTERRUPT_BULK_TX_EMPTY, {}, lastByteDone);
+        mIdleSince = lastByteDone;
+    }
+}
+
+void BulkFifoModel::TakeFromLine(Time aNow)
+{
+    const std::uint32_t enabled = mInterrupts & INTERRUPT_BULK_RX;
+    if (enabled == 0)
+    {
+        mIncoming.Hold();
+        return;
+    }
+    const std::uint32_t lowestEnabled = enabled & (~enabled + 1);
+    for (;;)
+    {
+        const std::vector<std::uint8_t> bytes = mIncoming.Take(BYTES_PER_EVENT, aNow);
+        if (bytes.empty())
+        {
+            return;
+        }
+        SendInterrupt(lowestEnabled, bytes, aNow);
+    }
+}
+
+void BulkFifoModel::SendInterrupt(std::uint32_t aStatus, const std::vector<std::uint8_t>& aBytes, Time aNow)
+{
+    if ((mInterrupts & aStatus) == 0)
+    {
+        return;
+    }
+    std::vector<std::uint8_t> payload;
+    payload.reserve(sizeof(aStatus) + aBytes.size());
+    AppendWord(payload, aStatus);
+    payload.insert(payload.end(), aBytes.begin(), aBytes.end());
+    mOutputs.emplace_back(EventOutput{mPort, mEventId, aNow, aBytes.size(), std::move(payload)});
+}
+
+} // namespace KoSim
