@@ -21,7 +21,9 @@ class DeviceSerialPort;
 ///
 /// @par Threads
 /// One thread may read while another writes and others query. Two writes, or two reads, must not overlap. Open(),
-/// Close() and the destructor must not overlap any other call on the same object. Different objects are independent.
+/// Close() and the destructor must not overlap any other call on the same object. Different objects are independent,
+/// except that the ports of one device are opened and closed one after the other: they share the interrupt enable
+/// register of the device, which is read, changed and written back.
 ///
 /// No operation throws, except for SetRxBufferSize() when memory runs out.
 class KO_SERIAL_API KoDeviceSerialPort
@@ -30,7 +32,8 @@ public:
     /// Creates a closed port.
     KoDeviceSerialPort();
 
-    /// Closes the port if it is open, with a warning in the log. The device must still exist then.
+    /// Closes the port if it is open, with a warning in the log. The device must still exist and be connected then: a
+    /// device that is gone keeps this port as an event sink and must not deliver events any more.
     virtual ~KoDeviceSerialPort();
 
     KoDeviceSerialPort(const KoDeviceSerialPort&) = delete;

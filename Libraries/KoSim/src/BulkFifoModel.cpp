@@ -62,6 +62,14 @@ void BulkFifoModel::Transmit(const std::uint8_t* aData, std::size_t aLength, Tim
         }
     }
     mFifo.insert(mFifo.end(), aData, aData + taken);
+    // An empty interrupt behind a partially-empty one has told a slow host twice to go on: it is not told a third time.
+    const bool hostWillGoOn = mReportedPartial && mReportedEmpty;
+    mReportedPartial = false;
+    mReportedEmpty = false;
+    if (FIFO_SIZE - mFifo.size() >= mLaterChunk && !hostWillGoOn)
+    {
+        ReportPartial(aNow);
+    }
 }
 
 void BulkFifoModel::Advance(Time aNow)
@@ -106,22 +114,28 @@ void BulkFifoModel::Drain(Time aNow)
 void BulkFifoModel::SendBytes(Time::rep aCount)
 {
     const auto end = mFifo.begin() + aCount;
-    mOutputs.emplace_back(LineOutput{mPort, {mFifo.begin(), end}});
+    ReportSent({mFifo.begin(), end});
     mFifo.erase(mFifo.begin(), end);
-    mStatistics.mSentBytes += static_cast<std::uint64_t>(aCount);
     mStatistics.mBusyTime += mByteTime * aCount;
     mByteDone += mByteTime * aCount;
 
     const Time lastByteDone = mByteDone - mByteTime;
     if (FIFO_SIZE - mFifo.size() == mLaterChunk)
     {
-        SendInterrupt(INTERRUPT_BULK_TX_PARTIAL, {}, lastByteDone);
+        ReportPartial(lastByteDone);
     }
     if (mFifo.empty())
     {
+        mReportedEmpty = true;
         SendInterrupt(INTERRUPT_BULK_TX_EMPTY, {}, lastByteDone);
         mIdleSince = lastByteDone;
     }
+}
+
+void BulkFifoModel::ReportPartial(Time aNow)
+{
+    mReportedPartial = true;
+    SendInterrupt(INTERRUPT_BULK_TX_PARTIAL, {}, aNow);
 }
 
 void BulkFifoModel::TakeFromLine(Time aNow)

@@ -13,8 +13,9 @@ namespace KoSim
 /// Bulk port 0 behind the register block: a transmit FIFO of 256 bytes, the line that drains it, and the receiver. It
 /// has no thread and no clock: whoever drives it says what time it is.
 ///
-/// The partially-empty interrupt comes when the space of one later chunk has become free, the empty interrupt when the
-/// last byte is out. The three receive interrupts mean the same; the lowest that is enabled is reported.
+/// The partially-empty interrupt comes when the space of one later chunk has become free, or is still free behind a
+/// block; the empty interrupt when the last byte is out. The three receive interrupts mean the same; the lowest that is
+/// enabled is reported.
 class BulkFifoModel : public PortModel
 {
 public:
@@ -41,6 +42,7 @@ private:
     Time::rep GetBytesToInterrupt() const;
     void Drain(Time aNow);
     void SendBytes(Time::rep aCount);
+    void ReportPartial(Time aNow);
     void TakeFromLine(Time aNow);
     void SendInterrupt(std::uint32_t aStatus, const std::vector<std::uint8_t>& aBytes, Time aNow);
 
@@ -52,6 +54,8 @@ private:
     std::size_t mLaterChunk = 0;
     Time mByteTime{0};
     std::vector<std::uint8_t> mFifo; ///< oldest byte first
+    bool mReportedPartial = false;   ///< since the last block
+    bool mReportedEmpty = false;     ///< since the last block
     Time mByteDone{0};               ///< when the first byte of the FIFO is out
     std::optional<Time> mIdleSince;  ///< when the FIFO ran empty
 };

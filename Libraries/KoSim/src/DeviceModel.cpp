@@ -10,6 +10,19 @@ namespace KoSim
 namespace
 {
 
+const char* const EVENT_NOTIFICATION = "EventNotification";
+
+constexpr std::size_t GetIndex(Port aPort)
+{
+    return static_cast<std::size_t>(aPort);
+}
+
+/// The entry of "EventSelector" for the event of a bulk port.
+std::string GetEventName(const BulkFeatureModel& aBulk)
+{
+    return aBulk.GetName() + "UpstreamData";
+}
+
 Time GetUartByteTime(const DeviceProfile& aProfile, std::size_t aUart)
 {
     const LineSettings& line = aProfile.mLines.at(aUart);
@@ -37,9 +50,14 @@ DeviceModel::DeviceModel(const DeviceProfile& aProfile)
       mBulk0RunsI2c(aProfile.mBulk0RunsI2c),
       mUarts{UartModel(Port::Uart0, GetUartByteTime(aProfile, 0), mOutputs),
              UartModel(Port::Uart1, GetUartByteTime(aProfile, 1), mOutputs)},
-      mBulk0(aProfile.mTiming, GetBulkConfig(aProfile.mBulk0Line), aProfile.mBulk0EventId, mOutputs),
-      mPorts{&mUarts[0], &mUarts[1], &mBulk0}
+      mBulk0(aProfile.mTiming, GetBulkConfig(aProfile.mBulk0Line), aProfile.mBulk0EventId, mOutputs)
 {
+    for (std::size_t i = 0; i < aProfile.mBulkFeatures.size(); ++i)
+    {
+        const auto port = static_cast<Port>(static_cast<std::size_t>(Port::Bulk0) + i);
+        mBulks.push_back(std::make_unique<BulkFeatureModel>(port, aProfile, mFeatures, mOutputs));
+    }
+    AddFeatures(aProfile);
 }
 
 std::uint32_t DeviceModel::ReadRegister(std::uint32_t aAddress)
@@ -102,6 +120,77 @@ bool DeviceModel::BulkTransmit(const std::uint8_t* aData, std::size_t aLength, T
     return true;
 }
 
+void DeviceModel::SetEnumValue(const std::string& aName, const std::string& aEntry)
+{
+    mFeatures.SetEnumValue(aName, aEntry);
+    if (aName != EVENT_NOTIFICATION)
+    {
+        return;
+    }
+    for (const auto& bulk : mBulks)
+    {
+        const bool isOn = mFeatures.GetEnumValue(EVENT_NOTIFICATION, GetEventName(*bulk)) == "On";
+        if (isOn != bulk->IsEventEnabled())
+        {
+            bulk->EnableEvent(isOn);
+        }
+    }
+}
+
+bool DeviceModel::Watch(const std::string& aName)
+{
+    const bool watched = mFeatures.Watch(aName);
+    for (const auto& bulk : mBulks)
+    {
+        if (bulk->GetUpstreamName() == aName)
+        {
+            bulk->RepeatReport();
+        }
+    }
+    return watched;
+}
+
+bool DeviceModel::WriteBlock(const std::string& aName, const std::uint8_t* aData, std::size_t aLength, Time aNow)
+{
+    for (const auto& bulk : mBulks)
+    {
+        if (bulk->GetDownstreamName() == aName)
+        {
+            Advance(aNow);
+            bulk->WriteDownstream(aData, aLength, aNow);
+            Advance(aNow);
+            return true;
+        }
+    }
+    return false;
+}
+
+bool DeviceModel::ReadBlock(const std::string& aName, std::uint8_t* aBuffer, std::size_t aLength)
+{
+    for (const auto& bulk : mBulks)
+    {
+        if (bulk->GetUpstreamName() == aName)
+        {
+            bulk->ReadUpstream(aBuffer, aLength);
+            return true;
+        }
+    }
+    return false;
+}
+
+bool DeviceModel::IsSending() const
+{
+    return std::any_of(mBulks.begin(), mBulks.end(), [](const auto& aBulk) { return aBulk->IsSending(); });
+}
+
+void DeviceModel::RepeatReports()
+{
+    for (const auto& bulk : mBulks)
+    {
+        bulk->RepeatReport();
+    }
+}
+
 void DeviceModel::Receive(Port aPort, const std::uint8_t* aData, std::size_t aLength, Time aNow)
 {
     GetPort(aPort).Receive(aData, aLength, aNow);
@@ -118,30 +207,115 @@ void DeviceModel::Advance(Time aNow)
     {
         return;
     }
-    for (PortModel* const port : mPorts)
+    ForEachPort([&](PortModel& aPort) { aPort.Advance(aNow); });
+    for (std::string& feature : mFeatures.TakeInvalidated())
     {
-        port->Advance(aNow);
+        mOutputs.emplace_back(InvalidationOutput{std::move(feature)});
     }
 }
 
-std::optional<Time> DeviceModel::GetDeadline() const
+std::optional<Time> DeviceModel::GetDeadline()
 {
     std::optional<Time> earliest;
-    for (const PortModel* const port : mPorts)
-    {
-        const std::optional<Time> deadline = port->GetDeadline();
-        if (deadline && (!earliest || *deadline < *earliest))
+    ForEachPort(
+        [&](const PortModel& aPort)
         {
-            earliest = deadline;
-        }
-    }
+            const std::optional<Time> deadline = aPort.GetDeadline();
+            if (deadline && (!earliest || *deadline < *earliest))
+            {
+                earliest = deadline;
+            }
+        });
     return earliest;
+}
+
+LineStatistics DeviceModel::GetLineStatistics(Port aPort) const
+{
+    if (aPort < Port::Bulk0)
+    {
+        return GetPort(aPort).mStatistics;
+    }
+    const LineStatistics& inFeatures = mBulks.at(GetIndex(aPort) - GetIndex(Port::Bulk0))->mStatistics;
+    return aPort == Port::Bulk0 ? mBulk0.mStatistics + inFeatures : inFeatures;
+}
+
+void DeviceModel::ResetLineStatistics(Port aPort)
+{
+    ForEachPort(
+        [&](PortModel& aModel)
+        {
+            if (aModel.GetPort() == aPort)
+            {
+                aModel.mStatistics = LineStatistics();
+            }
+        });
 }
 
 void DeviceModel::CountEvent(const EventOutput& aEvent, bool aDelivered)
 {
     LineStatistics& statistics = GetPort(aEvent.mPort).mStatistics;
     (aDelivered ? statistics.mReceivedBytes : statistics.mLostBytes) += aEvent.mReceivedBytes;
+}
+
+/// The model that is at work on a port; bulk port 0 has two, of which the one in features is while its event is on.
+PortModel& DeviceModel::GetPort(Port aPort)
+{
+    if (aPort < Port::Bulk0)
+    {
+        return mUarts.at(GetIndex(aPort));
+    }
+    BulkFeatureModel& inFeatures = *mBulks.at(GetIndex(aPort) - GetIndex(Port::Bulk0));
+    if (aPort == Port::Bulk0 && mBulk0InRegisters && !inFeatures.IsEventEnabled())
+    {
+        return mBulk0;
+    }
+    return inFeatures;
+}
+
+const PortModel& DeviceModel::GetPort(Port aPort) const
+{
+    return const_cast<DeviceModel&>(*this).GetPort(aPort);
+}
+
+template <typename Action>
+void DeviceModel::ForEachPort(Action aAction)
+{
+    for (UartModel& uart : mUarts)
+    {
+        aAction(uart);
+    }
+    aAction(mBulk0);
+    for (const auto& bulk : mBulks)
+    {
+        aAction(*bulk);
+    }
+}
+
+void DeviceModel::AddFeatures(const DeviceProfile& aProfile)
+{
+    Enumeration selector{{}, "Bulk0", {}};
+    Enumeration events{{"Error"}, "Error", {}};
+    for (std::size_t i = 0; i < mBulks.size(); ++i)
+    {
+        if (aProfile.mBulkFeatures.at(i).mPresent)
+        {
+            mBulks[i]->AddFeatures(aProfile.mBulkFeatures.at(i));
+            selector.mEntries.push_back(mBulks[i]->GetName());
+            events.mEntries.push_back(GetEventName(*mBulks[i]));
+        }
+    }
+    mFeatures.mEnumerations["EventSelector"] = events;
+    mFeatures.mEnumerations[EVENT_NOTIFICATION] = {{"Off", "On"}, "Off", "EventSelector"};
+    if (selector.mEntries.empty())
+    {
+        return;
+    }
+    selector.mDefault = selector.mEntries.front();
+    if (aProfile.mHasBulkSelector)
+    {
+        mFeatures.mEnumerations["BulkSelector"] = selector;
+    }
+    mFeatures.mEnumerations["BulkMode"] = {{"UART", "USRT", "I2C", "SPI"}, "UART", "BulkSelector"};
 }
 
 UartModel* DeviceModel::FindUart(std::uint32_t aAddress)

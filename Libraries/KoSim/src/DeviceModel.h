@@ -1,6 +1,8 @@
 #pragma once
 
+#include "BulkFeatureModel.h"
 #include "BulkFifoModel.h"
+#include "FeatureTree.h"
 #include "Output.h"
 #include "PortModel.h"
 #include "UartModel.h"
@@ -12,7 +14,10 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <optional>
+#include <string>
+#include <vector>
 
 namespace KoSim
 {
@@ -38,6 +43,27 @@ public:
     /// Hands a block of bytes to the transmitter of bulk port 0; false when the device has none.
     bool BulkTransmit(const std::uint8_t* aData, std::size_t aLength, Time aNow);
 
+    /// The features, for a host that asks, and for a back end that changes them.
+    FeatureTree& GetFeatures() { return mFeatures; }
+
+    /// Chooses an entry of an enumeration that exists.
+    void SetEnumValue(const std::string& aName, const std::string& aEntry);
+
+    /// Watches a feature; false when the device does not have it.
+    bool Watch(const std::string& aName);
+
+    /// Writes a block feature; false when it cannot be written.
+    bool WriteBlock(const std::string& aName, const std::uint8_t* aData, std::size_t aLength, Time aNow);
+
+    /// Reads a block feature; false when it cannot be read.
+    bool ReadBlock(const std::string& aName, std::uint8_t* aBuffer, std::size_t aLength);
+
+    /// True while frames of the host are on their way out.
+    bool IsSending() const;
+
+    /// Reports again what the host may have missed.
+    void RepeatReports();
+
     /// Puts bytes on the line of a port at its far end.
     void Receive(Port aPort, const std::uint8_t* aData, std::size_t aLength, Time aNow);
 
@@ -51,7 +77,7 @@ public:
     void Advance(Time aNow);
 
     /// When something is due next; nothing when only the outside world can make something happen.
-    std::optional<Time> GetDeadline() const;
+    std::optional<Time> GetDeadline();
 
     /// What the device has to tell the outside world; whoever carries it away takes it out.
     OutputQueue& GetOutputs() { return mOutputs; }
@@ -59,15 +85,19 @@ public:
     /// Counts the bytes of an event as reported to the host, or as lost when no host listened.
     void CountEvent(const EventOutput& aEvent, bool aDelivered);
 
-    const LineStatistics& GetLineStatistics(Port aPort) const { return GetPort(aPort).mStatistics; }
+    LineStatistics GetLineStatistics(Port aPort) const;
 
     /// Starts the statistics of a line anew.
-    void ResetLineStatistics(Port aPort) { GetPort(aPort).mStatistics = LineStatistics(); }
+    void ResetLineStatistics(Port aPort);
 
     std::uint64_t GetUnknownAccessCount() const { return mUnknownAccesses; }
 
 private:
-    PortModel& GetPort(Port aPort) const { return *mPorts.at(static_cast<std::size_t>(aPort)); }
+    PortModel& GetPort(Port aPort);
+    const PortModel& GetPort(Port aPort) const;
+    template <typename Action>
+    void ForEachPort(Action aAction);
+    void AddFeatures(const DeviceProfile& aProfile);
     UartModel* FindUart(std::uint32_t aAddress);
     bool ReadBulkRegister(std::uint32_t aAddress, std::uint32_t& aValue) const;
     bool WriteBulkRegister(std::uint32_t aAddress, std::uint32_t aValue);
@@ -80,7 +110,8 @@ private:
     const bool mBulk0RunsI2c;
     std::array<UartModel, 2> mUarts;
     BulkFifoModel mBulk0;
-    const std::array<PortModel*, PORT_COUNT> mPorts; ///< all of the above, by port
+    FeatureTree mFeatures;
+    std::vector<std::unique_ptr<BulkFeatureModel>> mBulks; ///< by bulk port
     bool mFrozen = false;
     std::uint32_t mInterruptEnable = 0;
     std::uint64_t mUnknownAccesses = 0;

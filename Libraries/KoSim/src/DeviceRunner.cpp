@@ -7,11 +7,13 @@
 namespace KoSim
 {
 
-DeviceRunner::DeviceRunner(const DeviceProfile& aProfile)
-    : mModel(aProfile),
-      mLines{Line(*this, Port::Uart0), Line(*this, Port::Uart1), Line(*this, Port::Bulk0)},
-      mThread([this] { Run(); })
+DeviceRunner::DeviceRunner(const DeviceProfile& aProfile) : mModel(aProfile)
 {
+    for (std::size_t port = 0; port < PORT_COUNT; ++port)
+    {
+        mLines.push_back(std::make_unique<Line>(*this, static_cast<Port>(port)));
+    }
+    mThread = std::thread([this] { Run(); });
 }
 
 DeviceRunner::~DeviceRunner()
@@ -38,6 +40,8 @@ void DeviceRunner::SetConnected(bool aConnected)
 {
     const std::lock_guard<std::mutex> lock(mMutex);
     mConnected = aConnected;
+    mModel.RepeatReports();
+    mWork.notify_one();
 }
 
 void DeviceRunner::SetFrozen(bool aFrozen)
@@ -65,6 +69,12 @@ bool DeviceRunner::WaitUntilQuiet(std::chrono::milliseconds aTimeout)
 {
     Lock lock(mMutex);
     return mReturned.wait_for(lock, aTimeout, [this] { return IsQuiet(); });
+}
+
+bool DeviceRunner::WaitUntilSent(std::chrono::milliseconds aTimeout)
+{
+    Lock lock(mMutex);
+    return mReturned.wait_for(lock, aTimeout, [this] { return !mModel.IsSending(); });
 }
 
 bool DeviceRunner::AddSink(IKoDeviceEventSink* aSink)
@@ -99,6 +109,7 @@ std::size_t DeviceRunner::GetSinkCount()
 
 void DeviceRunner::SetLineEnd(Port aPort, std::shared_ptr<ILineEnd> aLineEnd)
 {
+    const std::lock_guard<std::mutex> change(mLineEndChange);
     const auto port = static_cast<std::size_t>(aPort);
     std::shared_ptr<ILineEnd> previous;
     {
@@ -113,7 +124,7 @@ void DeviceRunner::SetLineEnd(Port aPort, std::shared_ptr<ILineEnd> aLineEnd)
     }
     if (aLineEnd != nullptr)
     {
-        aLineEnd->Attach(mLines.at(port));
+        aLineEnd->Attach(*mLines.at(port));
         const std::lock_guard<std::mutex> lock(mMutex);
         mLineEnds.at(port) = std::move(aLineEnd);
     }
@@ -178,20 +189,19 @@ void DeviceRunner::Deliver(Lock& aLock, const EventOutput& aEvent)
 {
     const std::uint64_t blockId = ++mBlockId;
     const auto timestamp = static_cast<std::uint64_t>(aEvent.mTime.count());
-    const std::vector<IKoDeviceEventSink*> sinks = mConnected ? mSinks : std::vector<IKoDeviceEventSink*>();
-    mModel.CountEvent(aEvent, !sinks.empty());
-    for (IKoDeviceEventSink* const sink : sinks)
-    {
-        if (IsRegistered(sink))
-        {
-            CallUnlocked(aLock, sink,
-                         [&]
-                         {
-                             sink->NotifyEvent(aEvent.mEventId, 0, blockId, timestamp, aEvent.mPayload.data(),
-                                               static_cast<std::uint32_t>(aEvent.mPayload.size()));
-                         });
-        }
-    }
+    mModel.CountEvent(aEvent, mConnected && !mSinks.empty());
+    CallSinks(aLock,
+              [&](IKoDeviceEventSink& aSink)
+              {
+                  aSink.NotifyEvent(aEvent.mEventId, 0, blockId, timestamp, aEvent.mPayload.data(),
+                                    static_cast<std::uint32_t>(aEvent.mPayload.size()));
+              });
+}
+
+void DeviceRunner::Deliver(Lock& aLock, const InvalidationOutput& aInvalidation)
+{
+    const KoString name(aInvalidation.mFeature.c_str());
+    CallSinks(aLock, [&](IKoDeviceEventSink& aSink) { aSink.NotifyInvalidatedGenParameter(name); });
 }
 
 void DeviceRunner::Deliver(Lock& aLock, const LineOutput& aBytes)
@@ -201,6 +211,7 @@ void DeviceRunner::Deliver(Lock& aLock, const LineOutput& aBytes)
     {
         CallUnlocked(aLock, lineEnd.get(), [&] { lineEnd->Receive(aBytes.mBytes.data(), aBytes.mBytes.size()); });
     }
+    aBytes.mSender->CountDelivered(aBytes.mBytes.size());
 }
 
 bool DeviceRunner::IsQuiet()
@@ -220,6 +231,24 @@ void DeviceRunner::WaitUntilNotCalled(Lock& aLock, const void* aCallee)
     if (aCallee != nullptr && std::this_thread::get_id() != mThread.get_id())
     {
         mReturned.wait(aLock, [&] { return mCallee != aCallee; });
+    }
+}
+
+/// Runs aCall(sink) for each sink of a connected device.
+template <typename Call>
+void DeviceRunner::CallSinks(Lock& aLock, Call aCall)
+{
+    if (!mConnected)
+    {
+        return;
+    }
+    const std::vector<IKoDeviceEventSink*> sinks = mSinks;
+    for (IKoDeviceEventSink* const sink : sinks)
+    {
+        if (IsRegistered(sink))
+        {
+            CallUnlocked(aLock, sink, [&] { aCall(*sink); });
+        }
     }
 }
 

@@ -32,7 +32,8 @@ public:
     DeviceRunner(const DeviceRunner&) = delete;
     DeviceRunner& operator=(const DeviceRunner&) = delete;
 
-    /// Runs aAccess(model, now) when the device is connected; fails with NOT_CONNECTED otherwise.
+    /// Runs aAccess(model, now), which returns a KoResult, when the device is connected; fails with NOT_CONNECTED
+    /// otherwise.
     template <typename Access>
     KoResult WithConnectedModel(Access aAccess)
     {
@@ -41,9 +42,9 @@ public:
         {
             return KoResult(KoResult::NOT_CONNECTED, "The simulated device is not connected.");
         }
-        aAccess(mModel, Now());
+        const KoResult result = aAccess(mModel, Now());
         mWork.notify_one();
-        return KoResult(KoResult::OK);
+        return result;
     }
 
     /// Runs aQuery(model), connected or not.
@@ -61,6 +62,9 @@ public:
     /// Waits until nothing is under way or due any more; false when the time runs out first.
     bool WaitUntilQuiet(std::chrono::milliseconds aTimeout);
 
+    /// Waits until no frame of the host is on its way out any more; false when the time runs out first.
+    bool WaitUntilSent(std::chrono::milliseconds aTimeout);
+
     bool AddSink(IKoDeviceEventSink* aSink);
 
     /// False when the sink was not registered. After the return no call to it runs or will come.
@@ -72,7 +76,7 @@ public:
 
 private:
     /// The line of one port, as its far end sees it.
-    class Line : public ILine
+    class Line final : public ILine
     {
     public:
         Line(DeviceRunner& aRunner, Port aPort) : mRunner(aRunner), mPort(aPort) {}
@@ -91,6 +95,9 @@ private:
     void WaitForWork(Lock& aLock);
     void Deliver(Lock& aLock, const EventOutput& aEvent);
     void Deliver(Lock& aLock, const LineOutput& aBytes);
+    void Deliver(Lock& aLock, const InvalidationOutput& aInvalidation);
+    template <typename Call>
+    void CallSinks(Lock& aLock, Call aCall);
     bool IsQuiet();
     bool IsRegistered(const IKoDeviceEventSink* aSink) const;
     void WaitUntilNotCalled(Lock& aLock, const void* aCallee);
@@ -100,12 +107,13 @@ private:
 
     std::chrono::steady_clock::time_point mStart = std::chrono::steady_clock::now(); ///< time 0 of the device
     std::optional<Time> mFrozenSince;
+    std::mutex mLineEndChange; ///< held while a far end is replaced; taken before mMutex
     std::mutex mMutex;
     std::condition_variable mWork;     ///< the device thread has something to do
     std::condition_variable mReturned; ///< a call from the device thread has returned, or there is no more to do
     DeviceModel mModel;
     std::vector<IKoDeviceEventSink*> mSinks;
-    std::array<Line, PORT_COUNT> mLines;
+    std::vector<std::unique_ptr<Line>> mLines; ///< by port
     std::array<std::shared_ptr<ILineEnd>, PORT_COUNT> mLineEnds;
     const void* mCallee = nullptr; ///< the sink or far end that the device thread is calling
     std::uint64_t mBlockId = 0;

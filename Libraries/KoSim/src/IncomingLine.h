@@ -24,6 +24,9 @@ public:
     /// Number of bytes for which there is room.
     std::size_t GetRoom() const;
 
+    /// Number of bytes on the line.
+    std::size_t GetSize() const { return mBytes.size(); }
+
     bool IsEmpty() const { return mBytes.empty(); }
 
     /// Takes at most aLimit bytes that have arrived.

@@ -6,11 +6,14 @@
 #include <cstddef>
 #include <cstdint>
 #include <deque>
+#include <string>
 #include <variant>
 #include <vector>
 
 namespace KoSim
 {
+
+class PortModel;
 
 /// An event that the device sends to its host.
 struct EventOutput
@@ -26,10 +29,17 @@ struct EventOutput
 struct LineOutput
 {
     Port mPort;
+    PortModel* mSender; ///< is told when the bytes have been carried there
     std::vector<std::uint8_t> mBytes;
 };
 
-using Output = std::variant<EventOutput, LineOutput>;
+/// A watched feature that has changed.
+struct InvalidationOutput
+{
+    std::string mFeature;
+};
+
+using Output = std::variant<EventOutput, LineOutput, InvalidationOutput>;
 
 /// What a device has to tell the outside world, in order.
 using OutputQueue = std::deque<Output>;

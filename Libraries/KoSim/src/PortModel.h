@@ -10,6 +10,8 @@
 #include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <utility>
+#include <vector>
 
 namespace KoSim
 {
@@ -24,6 +26,8 @@ public:
     PortModel(const PortModel&) = delete;
     PortModel& operator=(const PortModel&) = delete;
 
+    Port GetPort() const { return mPort; }
+
     /// Puts bytes on the line at the far end; what finds no room is lost and counted.
     void Receive(const std::uint8_t* aData, std::size_t aLength, Time aNow)
     {
@@ -32,6 +36,9 @@ public:
 
     /// Number of bytes that Receive() can take without loss.
     std::size_t GetRoom() const { return mIncoming.GetRoom(); }
+
+    /// Tells that bytes have been carried to the far end.
+    void CountDelivered(std::size_t aLength) { mUndelivered -= aLength; }
 
     /// Lets everything happen that is due.
     virtual void Advance(Time aNow) = 0;
@@ -42,9 +49,17 @@ public:
     LineStatistics mStatistics;
 
 protected:
+    void ReportSent(std::vector<std::uint8_t> aBytes)
+    {
+        mStatistics.mSentBytes += aBytes.size();
+        mUndelivered += aBytes.size();
+        mOutputs.emplace_back(LineOutput{mPort, this, std::move(aBytes)});
+    }
+
     const Port mPort;
     OutputQueue& mOutputs;
     IncomingLine mIncoming;
+    std::size_t mUndelivered = 0; ///< bytes in outputs that have not been carried to the far end
 };
 
 } // namespace KoSim

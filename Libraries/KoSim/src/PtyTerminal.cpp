@@ -37,12 +37,22 @@ std::string GetSlavePath(int aMaster)
     return path.data();
 }
 
-void MakeRaw(int aTerminal)
+/// Opens a terminal and makes it raw, before anybody can find it.
+int OpenRaw(const std::string& aPath)
 {
+    const int terminal = ::open(aPath.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
     termios settings{};
-    ::tcgetattr(aTerminal, &settings);
+    ::tcgetattr(terminal, &settings);
     ::cfmakeraw(&settings);
-    ::tcsetattr(aTerminal, TCSANOW, &settings);
+    ::tcsetattr(terminal, TCSANOW, &settings);
+    return terminal;
+}
+
+/// Makes the kernel hand on to a terminal what was written on its other side.
+void Deliver(int aTerminal)
+{
+    pollfd polled{aTerminal, POLLIN, 0};
+    ::poll(&polled, 1, 0);
 }
 
 } // namespace
@@ -50,11 +60,10 @@ void MakeRaw(int aTerminal)
 PtyTerminal::PtyTerminal(const std::string& aLink)
     : mMaster(::posix_openpt(O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC), "cannot open a pseudo-terminal"),
       mPath(GetSlavePath(mMaster.Get())),
-      mSlave(::open(mPath.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC), "cannot open a pseudo-terminal"),
+      mSlave(OpenRaw(mPath), "cannot open a pseudo-terminal"),
       mWake(::eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC), "cannot make an event descriptor"),
       mLink(aLink, mPath)
 {
-    MakeRaw(mSlave.Get());
 }
 
 PtyTerminal::~PtyTerminal()
@@ -172,6 +181,7 @@ std::size_t PtyTerminal::GetOutgoingSize()
 /// Number of bytes in the terminal that the other program has not read.
 std::size_t PtyTerminal::GetTerminalSize() const
 {
+    Deliver(mSlave.Get());
     int size = 0;
     ::ioctl(mSlave.Get(), FIONREAD, &size);
     return static_cast<std::size_t>(size);
@@ -182,6 +192,7 @@ std::size_t PtyTerminal::EmptyTerminal()
 {
     std::array<std::uint8_t, TERMINAL_CAPACITY> buffer{};
     std::size_t taken = 0;
+    Deliver(mSlave.Get());
     for (ssize_t count = 0; (count = ::read(mSlave.Get(), buffer.data(), buffer.size())) > 0;)
     {
         taken += static_cast<std::size_t>(count);

@@ -79,8 +79,7 @@ void UartModel::FinishTransmission(Time aNow)
         return;
     }
     mTxDone.reset();
-    ++mStatistics.mSentBytes;
-    mOutputs.emplace_back(LineOutput{mPort, {mTxByte}});
+    ReportSent({mTxByte});
     if (mTxInterrupt)
     {
         SendInterrupt(INTERRUPT_UART_TX, {}, aNow);

@@ -15,12 +15,29 @@ struct LineStatistics
     std::uint64_t mLostBytes = 0;     ///< came from the far end and found no room, or no host that listened
     std::uint64_t mTxOverruns = 0;    ///< handed over by the host and lost: the transmitter had no room, or was reset
 
-    /// @name Bulk ports only, with LineTiming::Real
+    std::uint64_t mMalformedFrames = 0; ///< written by the host to a bulk port in features, and dropped
+
+    /// @name Bulk port 0 in the register block, with LineTiming::Real
     /// @{
     Time mBusyTime{0};            ///< during which bytes went out
     Time mIdleTime{0};            ///< between two bytes, during which the transmitter had nothing to send
     std::uint64_t mUnderruns = 0; ///< how often that happened
     /// @}
 };
+
+/// The sum, member by member.
+constexpr LineStatistics operator+(const LineStatistics& aLeft, const LineStatistics& aRight)
+{
+    LineStatistics sum = aLeft;
+    sum.mSentBytes += aRight.mSentBytes;
+    sum.mReceivedBytes += aRight.mReceivedBytes;
+    sum.mLostBytes += aRight.mLostBytes;
+    sum.mTxOverruns += aRight.mTxOverruns;
+    sum.mMalformedFrames += aRight.mMalformedFrames;
+    sum.mBusyTime += aRight.mBusyTime;
+    sum.mIdleTime += aRight.mIdleTime;
+    sum.mUnderruns += aRight.mUnderruns;
+    return sum;
+}
 
 } // namespace KoSim

@@ -10,6 +10,7 @@
 #include <chrono>
 #include <cstdint>
 #include <memory>
+#include <string>
 
 namespace KoSim
 {
@@ -67,6 +68,18 @@ public:
     /// Number of accesses to register addresses that the device does not have.
     std::uint64_t GetUnknownAccessCount() const;
 
+    /// Changes whether an enumeration can be read and written now. It must exist (std::out_of_range).
+    void SetEnumAccess(const std::string& aName, bool aReadable, bool aWritable);
+
+    /// Changes whether an entry of an enumeration can be chosen now. The enumeration must exist (std::out_of_range).
+    void SetEnumEntryAvailable(const std::string& aName, const std::string& aEntry, bool aAvailable);
+
+    /// Changes the length of a register feature, to anything. It must exist (std::out_of_range).
+    void SetRegisterLength(const std::string& aName, std::int64_t aLength);
+
+    /// Takes a feature away.
+    void RemoveFeature(const std::string& aName);
+
     /// Number of sinks that are registered.
     std::size_t GetEventSinkCount() const;
 
@@ -104,6 +117,11 @@ public:
     /// @}
 
 private:
+    template <typename Access>
+    KoResult WithEnum(const KoString& aName, Access aAccess);
+    template <typename Access>
+    KoResult WithBlock(const KoString& aName, Access aAccess);
+
     const DeviceProfile mProfile;
     const std::unique_ptr<DeviceRunner> mRunner;
 };

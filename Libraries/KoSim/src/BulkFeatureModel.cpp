@@ -1,0 +1,153 @@
+#include "BulkFeatureModel.h"
+
+#include <algorithm>
+
+namespace KoSim
+{
+namespace
+{
+
+/// Bytes that the transmitter can hold: a few of the longest frames.
+constexpr std::size_t OUTGOING_CAPACITY = 65536;
+
+/// The line has flow control in both directions: the transmitter pauses while this many bytes are on their way to the
+/// far end and back.
+constexpr std::size_t FLOW_LIMIT = 32768;
+
+std::string GetBulkName(Port aPort)
+{
+    return "Bulk" + std::to_string(static_cast<std::size_t>(aPort) - static_cast<std::size_t>(Port::Bulk0));
+}
+
+} // namespace
+
+BulkFeatureModel::BulkFeatureModel(Port aPort, const DeviceProfile& aProfile, FeatureTree& aFeatures,
+                                   OutputQueue& aOutputs)
+    : PortModel(aPort, aOutputs),
+      mBigEndian(aProfile.mGigEVision),
+      mByteTime(aProfile.mTiming == LineTiming::Real ? GetByteTime(aProfile.mBulkLine) : Time(0)),
+      mName(GetBulkName(aPort)),
+      mDownstreamName(mName + "DownstreamData"),
+      mUpstreamName("Event" + mName + "UpstreamDataBuffer"),
+      mUpstreamLengthName("Event" + mName + "UpstreamDataLength"),
+      mFeatures(aFeatures)
+{
+    mIncoming.SetByteTime(mByteTime);
+}
+
+void BulkFeatureModel::AddFeatures(const BulkFeatures& aLengths)
+{
+    mFeatures.mBlocks[mDownstreamName].mLength = aLengths.mDownstreamLength;
+    mFeatures.mBlocks[mUpstreamName].mLength = aLengths.mUpstreamLength;
+    mFeatures.mIntegers[mUpstreamLengthName] = 0;
+}
+
+void BulkFeatureModel::WriteDownstream(const std::uint8_t* aData, std::size_t aLength, Time aNow)
+{
+    const bool isSpi =
+        mFeatures.FindEnumeration("BulkMode") != nullptr && mFeatures.GetEnumValue("BulkMode", mName) == "SPI";
+    const std::optional<DownstreamFrame> frame =
+        isSpi ? ParseSpiFrame(aData, aLength, mBigEndian) : ParseBulkFrame(aData, aLength, mBigEndian);
+    if (!frame)
+    {
+        ++mStatistics.mMalformedFrames;
+        return;
+    }
+    const std::size_t taken = std::min(frame->mPayload.size(), OUTGOING_CAPACITY - mOutgoing.size());
+    mStatistics.mTxOverruns += frame->mPayload.size() - taken;
+    if (mOutgoing.empty())
+    {
+        mByteDone = std::max(mByteDone, aNow) + mByteTime;
+    }
+    mOutgoing.insert(mOutgoing.end(), frame->mPayload.begin(),
+                     frame->mPayload.begin() + static_cast<std::ptrdiff_t>(taken));
+}
+
+void BulkFeatureModel::ReadUpstream(std::uint8_t* aBuffer, std::size_t aLength)
+{
+    const std::size_t count = std::min(aLength, mUpstream.size());
+    std::copy_n(mUpstream.begin(), count, aBuffer);
+    std::fill(aBuffer + count, aBuffer + aLength, std::uint8_t{0});
+    mStatistics.mReceivedBytes += count;
+    mStatistics.mLostBytes += mUpstream.size() - count;
+    mUpstream.clear();
+    mFeatures.mIntegers[mUpstreamLengthName] = 0;
+}
+
+void BulkFeatureModel::EnableEvent(bool aEnabled)
+{
+    mEventEnabled = aEnabled;
+    RepeatReport();
+}
+
+void BulkFeatureModel::RepeatReport()
+{
+    if (mEventEnabled && !mUpstream.empty())
+    {
+        mFeatures.Invalidate(mUpstreamName);
+    }
+}
+
+void BulkFeatureModel::Advance(Time aNow)
+{
+    SendDue(aNow);
+    FillUpstream(aNow);
+}
+
+std::optional<Time> BulkFeatureModel::GetDeadline() const
+{
+    std::optional<Time> deadline;
+    if (!mOutgoing.empty() && GetFlowRoom() > 0)
+    {
+        deadline = mByteDone;
+    }
+    if (mEventEnabled && mUpstream.empty() && !mIncoming.IsEmpty())
+    {
+        deadline = std::min(deadline.value_or(mIncoming.GetNextArrival()), mIncoming.GetNextArrival());
+    }
+    return deadline;
+}
+
+std::size_t BulkFeatureModel::GetFlowRoom() const
+{
+    return FLOW_LIMIT - std::min(FLOW_LIMIT, mUndelivered + mIncoming.GetSize());
+}
+
+void BulkFeatureModel::SendDue(Time aNow)
+{
+    std::size_t count = std::min(mOutgoing.size(), GetFlowRoom());
+    if (count == 0 || mByteDone > aNow)
+    {
+        return;
+    }
+    if (mByteTime > Time(0))
+    {
+        count = std::min(count, static_cast<std::size_t>((aNow - mByteDone) / mByteTime + 1));
+        mByteDone += mByteTime * static_cast<Time::rep>(count);
+    }
+    const auto end = mOutgoing.begin() + static_cast<std::ptrdiff_t>(count);
+    ReportSent({mOutgoing.begin(), end});
+    mOutgoing.erase(mOutgoing.begin(), end);
+}
+
+void BulkFeatureModel::FillUpstream(Time aNow)
+{
+    if (!mEventEnabled)
+    {
+        mIncoming.Hold();
+        return;
+    }
+    const std::int64_t length = mFeatures.mBlocks[mUpstreamName].mLength;
+    if (!mUpstream.empty() || length < 1)
+    {
+        return;
+    }
+    mUpstream = mIncoming.Take(static_cast<std::size_t>(length), aNow);
+    if (!mUpstream.empty())
+    {
+        mFeatures.mIntegers[mUpstreamLengthName] = static_cast<std::int64_t>(mUpstream.size());
+        mFeatures.Invalidate(mUpstreamName);
+    }
+}
+
+} // namespace KoSim

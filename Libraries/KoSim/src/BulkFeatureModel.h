@@ -1,0 +1,75 @@
+#pragma once
+
+#include "DownstreamFrame.h"
+#include "FeatureTree.h"
+#include "PortModel.h"
+
+#include <KoSim/DeviceProfile.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <deque>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace KoSim
+{
+
+/// A bulk port behind features: frames that the host writes downstream, blocks that it reads upstream.
+///
+/// One block of received bytes lies upstream at a time. Its length reads 0 again when the host has read it; what has
+/// arrived meanwhile makes the next block. While the event of the port is off the far end waits.
+class BulkFeatureModel : public PortModel
+{
+public:
+    BulkFeatureModel(Port aPort, const DeviceProfile& aProfile, FeatureTree& aFeatures, OutputQueue& aOutputs);
+
+    /// Adds the features of this port to the tree.
+    void AddFeatures(const BulkFeatures& aLengths);
+
+    const std::string& GetDownstreamName() const { return mDownstreamName; }
+    const std::string& GetUpstreamName() const { return mUpstreamName; }
+
+    /// The host writes a frame; a malformed one is counted and dropped.
+    void WriteDownstream(const std::uint8_t* aData, std::size_t aLength, Time aNow);
+
+    /// The host reads the first aLength bytes of the upstream block, which ends it.
+    void ReadUpstream(std::uint8_t* aBuffer, std::size_t aLength);
+
+    /// Switches the event of the port; a block that still lies there is reported again.
+    void EnableEvent(bool aEnabled);
+
+    /// Reports a block that still lies there once more.
+    void RepeatReport();
+
+    /// True while bytes of the host are on their way out.
+    bool IsSending() const { return !mOutgoing.empty(); }
+
+    /// True while the event of the port is on.
+    bool IsEventEnabled() const { return mEventEnabled; }
+
+    const std::string& GetName() const { return mName; }
+
+    void Advance(Time aNow) override;
+    std::optional<Time> GetDeadline() const override;
+
+private:
+    std::size_t GetFlowRoom() const;
+    void SendDue(Time aNow);
+    void FillUpstream(Time aNow);
+
+    const bool mBigEndian;
+    const Time mByteTime;
+    const std::string mName; ///< "Bulk0" to "Bulk7"
+    const std::string mDownstreamName;
+    const std::string mUpstreamName;
+    const std::string mUpstreamLengthName;
+    FeatureTree& mFeatures;
+    std::deque<std::uint8_t> mOutgoing; ///< accepted from the host, not yet out
+    Time mByteDone{0};                  ///< when the first of them is out
+    bool mEventEnabled = false;
+    std::vector<std::uint8_t> mUpstream; ///< the block that the host has not read yet
+};
+
+} // namespace KoSim

@@ -1,0 +1,116 @@
+#include "FeatureTree.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace KoSim
+{
+namespace
+{
+
+const std::string NO_SELECTOR;
+
+} // namespace
+
+const Enumeration* FeatureTree::FindEnumeration(const std::string& aName) const
+{
+    const auto found = mEnumerations.find(aName);
+    return found == mEnumerations.end() ? nullptr : &found->second;
+}
+
+Enumeration* FeatureTree::FindEnumeration(const std::string& aName)
+{
+    const auto found = mEnumerations.find(aName);
+    return found == mEnumerations.end() ? nullptr : &found->second;
+}
+
+bool FeatureTree::IsEntryAvailable(const std::string& aName, const std::string& aEntry) const
+{
+    const Enumeration* const enumeration = FindEnumeration(aName);
+    return enumeration != nullptr && enumeration->mUnavailable.count(aEntry) == 0 &&
+           std::count(enumeration->mEntries.begin(), enumeration->mEntries.end(), aEntry) != 0;
+}
+
+const std::string& FeatureTree::GetEnumValue(const std::string& aName) const
+{
+    return GetEnumValue(aName, GetSelected(mEnumerations.at(aName)));
+}
+
+const std::string& FeatureTree::GetEnumValue(const std::string& aName, const std::string& aSelected) const
+{
+    const Enumeration& enumeration = mEnumerations.at(aName);
+    const bool isSwitched = FindEnumeration(enumeration.mSelector) != nullptr;
+    const auto value = enumeration.mValues.find(isSwitched ? aSelected : NO_SELECTOR);
+    return value == enumeration.mValues.end() ? enumeration.mDefault : value->second;
+}
+
+void FeatureTree::SetEnumValue(const std::string& aName, const std::string& aEntry)
+{
+    Enumeration& enumeration = mEnumerations.at(aName);
+    const std::string selected = GetSelected(enumeration);
+    enumeration.mValues[selected] = aEntry;
+    Invalidate(aName);
+    for (const auto& [name, other] : mEnumerations)
+    {
+        if (other.mSelector == aName)
+        {
+            Invalidate(name);
+        }
+    }
+}
+
+void FeatureTree::Remove(const std::string& aName)
+{
+    mIntegers.erase(aName);
+    mEnumerations.erase(aName);
+    mBlocks.erase(aName);
+}
+
+bool FeatureTree::Watch(const std::string& aName)
+{
+    if (!Has(aName))
+    {
+        return false;
+    }
+    ++mWatched[aName];
+    return true;
+}
+
+bool FeatureTree::Unwatch(const std::string& aName)
+{
+    const auto watched = mWatched.find(aName);
+    if (watched == mWatched.end())
+    {
+        return false;
+    }
+    if (--watched->second == 0)
+    {
+        mWatched.erase(watched);
+    }
+    return true;
+}
+
+void FeatureTree::Invalidate(const std::string& aName)
+{
+    if (mWatched.count(aName) != 0)
+    {
+        mInvalidated.push_back(aName);
+    }
+}
+
+std::vector<std::string> FeatureTree::TakeInvalidated()
+{
+    return std::exchange(mInvalidated, {});
+}
+
+const std::string& FeatureTree::GetSelected(const Enumeration& aEnumeration) const
+{
+    return FindEnumeration(aEnumeration.mSelector) == nullptr ? NO_SELECTOR : GetEnumValue(aEnumeration.mSelector);
+}
+
+bool FeatureTree::Has(const std::string& aName) const
+{
+    return mIntegers.count(aName) + mEnumerations.count(aName) + mBlocks.count(aName) != 0;
+}
+
+} // namespace KoSim
