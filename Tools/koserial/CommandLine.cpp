@@ -1,0 +1,103 @@
+#include "CommandLine.h"
+
+#include "Commands.h"
+#include "Failure.h"
+#include "Interruption.h"
+
+#include <KuUtilsLib/Logger.h>
+
+#include <CLI/CLI.hpp>
+
+#include <cerrno>
+#include <cstdlib>
+#include <iostream>
+
+namespace KoTool
+{
+namespace
+{
+
+constexpr const char* DEVICE_HELP =
+    "The device: sim[:PROFILE][,KEY=VALUE...]\n"
+    "  a simulated device, which lives as long as the command; the profile is full\n"
+    "    uart0=, uart1=  far end of the UART: console, loopback, pty[:LINK] or null\n"
+    "    timing=         real or instant\n"
+    "    baud=           speed of both lines, 50 to 4000000\n"
+    "    id=             identity text of the device\n"
+    "  default: sim, that is sim:full,uart0=console,uart1=loopback,timing=real,baud=115200,id=sim";
+
+constexpr const char* FOOTER =
+    "Ports are uart0, uart1 and bulk0 to bulk7.\n"
+    "Exit status: 0 success, 1 the device or a file failed, 2 wrong usage, 130 after Ctrl-C.\n"
+    "The environment variable KO_LOG (error, warning, info, debug) shows the log of the library.\n";
+
+/// What goes wrong is told by the commands; the log of the library is for those who ask for it.
+void QuietenLog()
+{
+    if (std::getenv("KO_LOG") == nullptr)
+    {
+        KuUtilsLib::Logger::SetLevel(static_cast<KuUtilsLib::PriorityLevel>(0));
+    }
+}
+
+void Parse(int aArgumentCount, const char* const* aArguments)
+{
+    CLI::App app("Serial ports of devices: shows, sends, receives.", "koserial");
+    std::string deviceUri = "sim";
+    app.add_option("--device", deviceUri, DEVICE_HELP)->type_name("URI");
+    app.set_version_flag("--version", "koserial " KOSERIAL_VERSION);
+    app.require_subcommand(1);
+    app.fallthrough();
+    app.footer(FOOTER);
+
+    AddPortsCommand(app, deviceUri);
+    AddTermCommand(app, deviceUri);
+    AddSendCommand(app, deviceUri);
+    AddRecvCommand(app, deviceUri);
+    AddDemoCommand(app, deviceUri);
+    try
+    {
+        app.parse(aArgumentCount, aArguments);
+    }
+    catch (const CLI::Success& help)
+    {
+        app.exit(help);
+    }
+    catch (const CLI::ParseError& error)
+    {
+        throw MakeUsageFailure(std::string(error.what()) + "\nRun koserial --help for more information.");
+    }
+}
+
+int Report(const char* aMessage, int aExitStatus)
+{
+    std::cerr << "koserial: " << aMessage << std::endl;
+    return aExitStatus;
+}
+
+} // namespace
+
+int RunCommandLine(int aArgumentCount, const char* const* aArguments)
+{
+    try
+    {
+        QuietenLog();
+        Interruption::CatchSignals();
+        Parse(aArgumentCount, aArguments);
+        if (!std::cout.flush())
+        {
+            throw MakeSystemFailure("cannot write standard output", errno);
+        }
+        return STATUS_OK;
+    }
+    catch (const Failure& failure)
+    {
+        return Report(failure.what(), failure.GetExitStatus());
+    }
+    catch (const std::exception& error)
+    {
+        return Report(error.what(), STATUS_FAILURE);
+    }
+}
+
+} // namespace KoTool

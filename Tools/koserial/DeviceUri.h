@@ -1,0 +1,49 @@
+#pragma once
+
+#include <KoSim/DeviceProfile.h>
+#include <KoSim/Port.h>
+
+#include <array>
+#include <cstdint>
+#include <string>
+
+namespace KoTool
+{
+
+/// What sits at the far end of a line of a simulated device.
+struct FarEnd
+{
+    enum class Kind
+    {
+        Console,
+        Loopback,
+        Pty,
+        Nothing,
+    };
+
+    Kind mKind = Kind::Loopback;
+    std::string mLink; ///< of a pseudo-terminal: where to put the symbolic link; empty for none
+};
+
+/// What `--device` asks for: `sim[:PROFILE][,KEY=VALUE...]`.
+///
+/// The profiles are `full` (the default), `uart-only`, `no-bulk-selector`, `not-gige-vision` and `tiny-downstream`.
+///
+/// | key | values |
+/// |---|---|
+/// | `uart0`, `uart1`, `bulk0` to `bulk7` | `console`, `loopback`, `pty`, `pty:LINK`, `null` |
+/// | `timing` | `real`, `instant` |
+/// | `baud` | 50 to 4000000, for the lines whose rate the registers do not set |
+/// | `id` | any text without a comma |
+struct DeviceUri
+{
+    DeviceUri();
+
+    KoSim::DeviceProfile mProfile;
+    std::array<FarEnd, KoSim::PORT_COUNT> mFarEnds; ///< by port; a console on UART0, loopbacks elsewhere
+};
+
+/// @throws Failure with STATUS_USAGE, saying what is accepted, for a text that names no device
+DeviceUri ParseDeviceUri(const std::string& aText);
+
+} // namespace KoTool

@@ -1,0 +1,88 @@
+#include "SendCommand.h"
+
+#include "Commands.h"
+#include "Exchange.h"
+#include "InputFile.h"
+#include "OpenPort.h"
+#include "OutputFile.h"
+#include "PortNames.h"
+#include "ProgressBar.h"
+#include "Receiver.h"
+#include "Sender.h"
+#include "SimulatedSetup.h"
+
+#include <CLI/CLI.hpp>
+
+#include <iostream>
+#include <memory>
+#include <optional>
+
+namespace KoTool
+{
+namespace
+{
+
+struct SendOptions
+{
+    std::string mPort;
+    std::string mInput;
+    std::optional<std::string> mOutput;
+    std::uint32_t mTimeoutMs = 500;
+};
+
+void RunSend(const std::string& aDeviceUri, const SendOptions& aOptions)
+{
+    const KoDeviceSerial port = ParsePortName(aOptions.mPort);
+    SimulatedSetup setup(ParseDeviceUri(aDeviceUri));
+    InputFile input(aOptions.mInput);
+    std::optional<OutputFile> output;
+    if (aOptions.mOutput)
+    {
+        output.emplace(*aOptions.mOutput, &input);
+    }
+    WithOpenPort(setup, port,
+                 [&](OpenPort& aPort) { SendInput(aPort, input, output ? &*output : nullptr, aOptions.mTimeoutMs); });
+}
+
+} // namespace
+
+void SendInput(OpenPort& aPort, InputFile& aInput, OutputFile* aOutput, std::uint32_t aQuietMs)
+{
+    Sender sender(aPort, aInput);
+    std::optional<Receiver> receiver;
+    if (aOutput != nullptr)
+    {
+        receiver.emplace(aPort, *aOutput);
+    }
+    Exchange exchange(aPort, &sender, receiver ? &*receiver : nullptr, aQuietMs);
+    {
+        ProgressBar progress(aInput.GetRemainingSize());
+        exchange.Run([&] { progress.Show(sender.GetProgress()); });
+    }
+    std::cerr << "sent " << sender.GetSent() << " bytes";
+    if (receiver)
+    {
+        std::cerr << ", received " << receiver->GetReceived() << " bytes";
+    }
+    std::cerr << std::endl;
+    exchange.Check();
+}
+
+void AddSendCommand(CLI::App& aApp, const std::string& aDeviceUri)
+{
+    const auto options = std::make_shared<SendOptions>();
+    CLI::App* const command = aApp.add_subcommand("send", "Send a file");
+    command->add_option("PORT", options->mPort, "The port")->required()->type_name("");
+    command->add_option("FILE", options->mInput, "The file; - for standard input")->required()->type_name("");
+    command->add_option("--receive", options->mOutput, "Collect in this file what comes back; - for standard output")
+        ->type_name("OUT");
+    command
+        ->add_option("--timeout", options->mTimeoutMs,
+                     "With --receive: end when nothing has come for this long after the sending, in milliseconds;\n"
+                     "0: right after the sending")
+        ->type_name("MS")
+        ->capture_default_str();
+    command->callback([options, &aDeviceUri] { RunSend(aDeviceUri, *options); });
+}
+
+} // namespace KoTool

@@ -1,0 +1,120 @@
+#include "SimulatedSetup.h"
+
+#include "Failure.h"
+#include "PortNames.h"
+
+#include <KoSim/CommandConsole.h>
+#include <KoSim/Loopback.h>
+
+#include <iostream>
+#include <system_error>
+
+namespace KoTool
+{
+namespace
+{
+
+KoSim::Port ToSimulatedPort(KoDeviceSerial aPort)
+{
+    return static_cast<KoSim::Port>(aPort);
+}
+
+const char* GetInterfaceName(KoSim::BulkInterface aInterface)
+{
+    switch (aInterface)
+    {
+    case KoSim::BulkInterface::Usrt:
+        return "usrt";
+    case KoSim::BulkInterface::Uart:
+        return "uart";
+    case KoSim::BulkInterface::I2c:
+        break;
+    }
+    return "i2c";
+}
+
+} // namespace
+
+SimulatedSetup::SimulatedSetup(const DeviceUri& aUri) : mUri(aUri), mDevice(aUri.mProfile) {}
+
+LineDescription SimulatedSetup::DescribeLine(KoDeviceSerial aPort) const
+{
+    const KoSim::DeviceProfile& profile = mUri.mProfile;
+    if (aPort <= KoDeviceSerialUart1)
+    {
+        return {"registers", "uart", profile.mLines.at(static_cast<std::size_t>(aPort)).mBaudRate};
+    }
+    if (aPort == KoDeviceSerialBulk0 && profile.mBulk0InRegisters && profile.mGigEVision)
+    {
+        return {"registers", GetInterfaceName(profile.mBulk0Line.mInterface), KoSim::GetBitRate(profile.mBulk0Line)};
+    }
+    return {"features", "uart", profile.mBulkLine.mBaudRate};
+}
+
+void SimulatedSetup::ConnectFarEnds()
+{
+    for (const KoDeviceSerial port : ALL_PORTS)
+    {
+        mDevice.SetLineEnd(ToSimulatedPort(port), MakeFarEnd(port));
+    }
+}
+
+void SimulatedSetup::DisconnectFarEnds()
+{
+    for (const KoDeviceSerial port : ALL_PORTS)
+    {
+        mDevice.SetLineEnd(ToSimulatedPort(port), nullptr);
+    }
+    std::string losses;
+    for (const Terminal& terminal : mTerminals)
+    {
+        if (const std::uint64_t lost = terminal.mLine->GetLostBytes(); lost > 0)
+        {
+            losses += (losses.empty() ? "" : "; ") + std::string("the program at the far end of ") +
+                      terminal.mPortName + " did not read " + std::to_string(lost) + " bytes";
+        }
+    }
+    mTerminals.clear();
+    if (!losses.empty())
+    {
+        throw Failure(losses);
+    }
+}
+
+std::shared_ptr<KoSim::ILineEnd> SimulatedSetup::MakeFarEnd(KoDeviceSerial aPort)
+{
+    const FarEnd& farEnd = mUri.mFarEnds.at(static_cast<std::size_t>(aPort));
+    switch (farEnd.mKind)
+    {
+    case FarEnd::Kind::Console:
+        return std::make_shared<KoSim::CommandConsole>();
+    case FarEnd::Kind::Loopback:
+        return std::make_shared<KoSim::Loopback>();
+    case FarEnd::Kind::Pty:
+        return MakeTerminal(aPort, farEnd.mLink);
+    case FarEnd::Kind::Nothing:
+        break;
+    }
+    return nullptr;
+}
+
+std::shared_ptr<KoSim::ILineEnd> SimulatedSetup::MakeTerminal(KoDeviceSerial aPort, const std::string& aLink)
+{
+    try
+    {
+        const auto terminal = std::make_shared<KoSim::PtyLine>(aLink);
+        mTerminals.push_back({GetPortName(aPort), terminal});
+        if (aLink.empty())
+        {
+            std::cerr << "koserial: the far end of " << GetPortName(aPort) << " is " << terminal->GetPath()
+                      << std::endl;
+        }
+        return terminal;
+    }
+    catch (const std::system_error& error)
+    {
+        throw Failure(std::string("far end of ") + GetPortName(aPort) + ": " + error.what());
+    }
+}
+
+} // namespace KoTool

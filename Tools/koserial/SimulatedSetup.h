@@ -1,0 +1,64 @@
+#pragma once
+
+#include "DeviceUri.h"
+
+#include <KoDeviceSerial.h>
+#include <KoSim/ILineEnd.h>
+#include <KoSim/PtyLine.h>
+#include <KoSim/SimulatedDevice.h>
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace KoTool
+{
+
+/// How a device carries a port.
+struct LineDescription
+{
+    std::string mEngine;    ///< "registers" or "features"
+    std::string mInterface; ///< "uart", "usrt" or "i2c"
+    std::uint32_t mBitRate;
+};
+
+/// A simulated device and the far ends of its lines, as a device URI describes them. Lives as long as the command.
+class SimulatedSetup
+{
+public:
+    explicit SimulatedSetup(const DeviceUri& aUri);
+
+    SimulatedSetup(const SimulatedSetup&) = delete;
+    SimulatedSetup& operator=(const SimulatedSetup&) = delete;
+
+    KoSim::SimulatedDevice& GetDevice() { return mDevice; }
+
+    /// How the device carries a port that it offers.
+    LineDescription DescribeLine(KoDeviceSerial aPort) const;
+
+    /// Puts the far ends on the lines: from now on they send and receive. A pseudo-terminal appears now, and its path
+    /// goes to standard error when no link leads to it.
+    /// @throws Failure when a pseudo-terminal or its link cannot be made
+    void ConnectFarEnds();
+
+    /// Takes the far ends off the lines. Blocks while a program at a pseudo-terminal still reads.
+    /// @throws Failure when that program did not read everything
+    void DisconnectFarEnds();
+
+private:
+    struct Terminal
+    {
+        std::string mPortName;
+        std::shared_ptr<KoSim::PtyLine> mLine;
+    };
+
+    std::shared_ptr<KoSim::ILineEnd> MakeFarEnd(KoDeviceSerial aPort);
+    std::shared_ptr<KoSim::ILineEnd> MakeTerminal(KoDeviceSerial aPort, const std::string& aLink);
+
+    const DeviceUri mUri;
+    std::vector<Terminal> mTerminals;
+    KoSim::SimulatedDevice mDevice;
+};
+
+} // namespace KoTool
