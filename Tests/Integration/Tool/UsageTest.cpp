@@ -1,0 +1,116 @@
+#include "Support/Program.h"
+#include "Support/Text.h"
+
+#include <gtest/gtest.h>
+
+namespace
+{
+
+/// What the tool says about a wrong command line, without its name and the pointer to the help.
+std::string GetComplaint(const std::vector<std::string>& aArguments)
+{
+    const Outcome outcome = RunKoserial(aArguments);
+    EXPECT_EQ(outcome.mStatus, 2);
+    EXPECT_EQ(outcome.mOutput, "");
+    EXPECT_TRUE(Matches(outcome.mErrors, "koserial: [^\n]+\n(Run koserial --help for more information.\n)?"));
+    const std::size_t start = outcome.mErrors.find(' ') + 1;
+    return outcome.mErrors.substr(start, outcome.mErrors.find('\n') - start);
+}
+
+} // namespace
+
+TEST(Usage, NeedsACommand)
+{
+    EXPECT_EQ(GetComplaint({}), "A subcommand is required");
+    EXPECT_EQ(RunKoserial({}).mErrors,
+              "koserial: A subcommand is required\nRun koserial --help for more information.\n");
+}
+
+TEST(Usage, RefusesAnUnknownCommand)
+{
+    EXPECT_EQ(GetComplaint({"listen"}), "A subcommand is required");
+}
+
+TEST(Usage, RefusesAnUnknownOption)
+{
+    EXPECT_EQ(GetComplaint({"ports", "--all"}), "The following argument was not expected: --all");
+}
+
+TEST(Usage, NamesTheArgumentThatIsMissing)
+{
+    EXPECT_EQ(GetComplaint({"term"}), "PORT is required");
+    EXPECT_EQ(GetComplaint({"send", "uart0"}), "FILE is required");
+    EXPECT_EQ(GetComplaint({"recv", "uart0", "--timeout", "10"}), "--bytes is required");
+    EXPECT_EQ(GetComplaint({"recv", "uart0", "--bytes", "10"}), "--timeout is required");
+    EXPECT_EQ(GetComplaint({"--device"}), "--device: 1 required URI missing");
+}
+
+TEST(Usage, RefusesWhatIsNoNumber)
+{
+    EXPECT_EQ(GetComplaint({"recv", "uart0", "--bytes", "x", "--timeout", "0"}), "Could not convert: --bytes = x");
+    EXPECT_EQ(GetComplaint({"recv", "uart0", "--bytes", "1", "--timeout", "-1"}), "Could not convert: --timeout = -1");
+    EXPECT_EQ(GetComplaint({"recv", "uart0", "--bytes", "0", "--timeout", "0"}), "--bytes must be 1 or more");
+    EXPECT_EQ(GetComplaint({"send", "uart0", "-", "--timeout", "5000000000"}),
+              "Could not convert: --timeout = 5000000000");
+}
+
+TEST(Usage, ListsThePortsWhenOneIsUnknown)
+{
+    const std::string complaint = "unknown port 'com1': the ports are uart0, uart1, bulk0, bulk1, bulk2, bulk3, bulk4, "
+                                  "bulk5, bulk6 and bulk7";
+    EXPECT_EQ(GetComplaint({"term", "com1"}), complaint);
+    EXPECT_EQ(GetComplaint({"send", "com1", "-"}), complaint);
+    EXPECT_EQ(GetComplaint({"recv", "com1", "--bytes", "1", "--timeout", "1"}), complaint);
+}
+
+TEST(Usage, RefusesAnUnknownDeviceInEveryCommand)
+{
+    const std::string complaint = "device: unknown kind 'usb': a device is sim[:PROFILE][,KEY=VALUE...]";
+    EXPECT_EQ(GetComplaint({"--device", "usb", "ports"}), complaint);
+    EXPECT_EQ(GetComplaint({"--device", "usb", "term", "uart0"}), complaint);
+    EXPECT_EQ(GetComplaint({"--device", "usb", "send", "uart0", "-"}), complaint);
+    EXPECT_EQ(GetComplaint({"--device", "usb", "recv", "uart0", "--bytes", "1", "--timeout", "1"}), complaint);
+    EXPECT_EQ(GetComplaint({"--device", "usb", "demo"}), complaint);
+}
+
+TEST(Usage, TakesTheDeviceAfterTheCommandToo)
+{
+    const Outcome outcome = RunKoserial({"ports", "--device", "sim,baud=9600"});
+    EXPECT_EQ(outcome.mStatus, 0);
+    EXPECT_TRUE(Contains(outcome.mOutput, "uart0  yes        registers  uart       9600\n"));
+}
+
+TEST(Usage, TellsTheVersion)
+{
+    const Outcome outcome = RunKoserial({"--version"});
+    EXPECT_EQ(outcome.mStatus, 0);
+    EXPECT_TRUE(Matches(outcome.mOutput, "koserial [0-9]+\\.[0-9]+\\.[0-9]+\n"));
+}
+
+TEST(Usage, HelpsOnRequest)
+{
+    const Outcome outcome = RunKoserial({"--help"});
+    EXPECT_EQ(outcome.mStatus, 0);
+    EXPECT_EQ(outcome.mErrors, "");
+    EXPECT_TRUE(Contains(outcome.mOutput, "sim[:PROFILE][,KEY=VALUE...]"));
+    EXPECT_EQ(outcome.mOutput.back(), '\n');
+    EXPECT_EQ(RunKoserial({"send", "--help"}).mStatus, 0);
+}
+
+TEST(Usage, TellsWhenStandardOutputCannotBeWritten)
+{
+    Program program(Koserial({"ports"}));
+    EXPECT_EQ(program.WithOutput("/dev/full").Wait(), 1);
+    EXPECT_EQ(program.GetErrors(), "koserial: cannot write standard output: No space left on device\n");
+}
+
+TEST(Usage, ShowsTheLogOfTheLibraryOnRequest)
+{
+    const TemporaryDirectory directory;
+    WriteFile(directory / "in", "x");
+    std::vector<std::string> command = Koserial({"send", "uart1", directory / "in"});
+    command.insert(command.begin(), {"/usr/bin/env", "KO_LOG=info"});
+    Program program(command);
+    EXPECT_EQ(program.Wait(), 0);
+    EXPECT_TRUE(Contains(program.GetErrors(), "Writing 1 bytes of data\n"));
+}

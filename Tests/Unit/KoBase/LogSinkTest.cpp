@@ -1,0 +1,76 @@
+#include <KuUtilsLib/LogSink.h>
+
+#include <KoResult.h>
+
+#include <gtest/gtest.h>
+
+using namespace KuUtilsLib;
+
+namespace
+{
+
+LogRecord MakeRecord()
+{
+    // 2026-11-20 19:02:11.123 UTC
+    const std::chrono::system_clock::time_point time{std::chrono::milliseconds(1795201331123)};
+    return {time, LOG_WARNING, KoResult::OK, "KoSerialLib", nullptr, 4711, "SerialPort.cpp", 42, "Close", "text"};
+}
+
+} // namespace
+
+TEST(LogSinkTest, PutsAnEntryIntoOneLine)
+{
+    EXPECT_EQ(FormatLogRecord(MakeRecord()),
+              "2026-11-20T19:02:11.123Z warning KoSerialLib [4711] SerialPort.cpp:42 Close: text");
+}
+
+TEST(LogSinkTest, NamesEveryLevel)
+{
+    const std::pair<PriorityLevel, std::string> names[] = {
+        {LOG_CRITICAL, "critical"}, {LOG_ERROR, "error"}, {LOG_WARNING, "warning"},
+        {LOG_INFO, "info"},         {LOG_DEBUG, "debug"}, {static_cast<PriorityLevel>(5), "unknown"}};
+    for (const auto& [level, name] : names)
+    {
+        LogRecord record = MakeRecord();
+        record.mLevel = level;
+
+        EXPECT_EQ(FormatLogRecord(record),
+                  "2026-11-20T19:02:11.123Z " + name + " KoSerialLib [4711] SerialPort.cpp:42 Close: text");
+    }
+}
+
+TEST(LogSinkTest, PutsTheInstanceBehindTheCategory)
+{
+    LogRecord record = MakeRecord();
+    record.mInstance = "left";
+
+    EXPECT_EQ(FormatLogRecord(record),
+              "2026-11-20T19:02:11.123Z warning KoSerialLib/left [4711] SerialPort.cpp:42 Close: text");
+}
+
+TEST(LogSinkTest, PutsTheNameOfACodeBeforeTheText)
+{
+    LogRecord record = MakeRecord();
+    record.mCode = KoResult::NOT_CONNECTED;
+
+    EXPECT_EQ(FormatLogRecord(record),
+              "2026-11-20T19:02:11.123Z warning KoSerialLib [4711] SerialPort.cpp:42 Close: NOT_CONNECTED: text");
+}
+
+TEST(LogSinkTest, LeavesTheFoldersOfAFileOut)
+{
+    LogRecord record = MakeRecord();
+    record.mFile = "Libraries/KoSerial/SerialPort.cpp";
+
+    EXPECT_EQ(FormatLogRecord(record),
+              "2026-11-20T19:02:11.123Z warning KoSerialLib [4711] SerialPort.cpp:42 Close: text");
+}
+
+TEST(LogSinkTest, FillsMillisecondsUpWithZeros)
+{
+    LogRecord record = MakeRecord();
+    record.mTime = std::chrono::system_clock::time_point{std::chrono::milliseconds(7)};
+
+    EXPECT_EQ(FormatLogRecord(record),
+              "1970-01-01T00:00:00.007Z warning KoSerialLib [4711] SerialPort.cpp:42 Close: text");
+}

@@ -1,0 +1,96 @@
+#include <KuUtilsLib/Mutex.h>
+
+#include <KoResult.h>
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <thread>
+#include <vector>
+
+using KuUtilsLib::Mutex;
+
+TEST(MutexTest, NeverExistsAlready)
+{
+    bool alreadyExists = true;
+    Mutex mutex(&alreadyExists, "a name");
+
+    EXPECT_FALSE(alreadyExists);
+}
+
+TEST(MutexTest, NeedsNeitherFlagNorName)
+{
+    Mutex mutex(nullptr, nullptr);
+
+    EXPECT_EQ(mutex.Wait().GetCode(), KoResult::OK);
+    mutex.Release();
+}
+
+TEST(MutexTest, CanBeOwnedAgainAfterRelease)
+{
+    Mutex mutex(nullptr, nullptr);
+    mutex.Wait();
+    mutex.Release();
+
+    EXPECT_EQ(mutex.Wait().GetCode(), KoResult::OK);
+    mutex.Release();
+}
+
+TEST(MutexTest, IsNotSharedByName)
+{
+    Mutex first(nullptr, "same");
+    Mutex second(nullptr, "same");
+    first.Wait();
+
+    EXPECT_EQ(second.Wait().GetCode(), KoResult::OK);
+    second.Release();
+    first.Release();
+}
+
+TEST(MutexTest, MakesAnotherThreadWaitUntilItIsReleased)
+{
+    Mutex mutex(nullptr, nullptr);
+    std::atomic<bool> released{false};
+    mutex.Wait();
+    std::thread other(
+        [&]
+        {
+            mutex.Wait();
+            EXPECT_TRUE(released);
+            mutex.Release();
+        });
+
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    released = true;
+    mutex.Release();
+    other.join();
+}
+
+TEST(MutexTest, LetsOneThreadInAtATime)
+{
+    constexpr int THREADS = 4;
+    constexpr int ROUNDS = 2000;
+    Mutex mutex(nullptr, nullptr);
+    int count = 0;
+    std::vector<std::thread> threads;
+    for (int i = 0; i < THREADS; ++i)
+    {
+        threads.emplace_back(
+            [&]
+            {
+                for (int round = 0; round < ROUNDS; ++round)
+                {
+                    mutex.Wait();
+                    ++count;
+                    mutex.Release();
+                }
+            });
+    }
+    for (std::thread& thread : threads)
+    {
+        thread.join();
+    }
+
+    EXPECT_EQ(count, THREADS * ROUNDS);
+}

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <KuUtilsLib/LogSink.h>
+
+#include <string>
+#include <vector>
+
+/// Keeps log entries. The logger makes one call at a time, so it needs no lock; read it when nobody logs any more.
+class RecordingLogSink : public KuUtilsLib::ILogSink
+{
+public:
+    struct Entry
+    {
+        KuUtilsLib::PriorityLevel mLevel;
+        std::uint32_t mCode;
+        std::string mCategory;
+        bool mHasInstance;
+        std::string mInstance;
+        long mThreadId;
+        std::string mFile;
+        int mLine;
+        std::string mFunction;
+        std::string mMessage;
+    };
+
+    void Write(const KuUtilsLib::LogRecord& aRecord) override
+    {
+        mEntries.push_back({aRecord.mLevel, aRecord.mCode, aRecord.mCategory, aRecord.mInstance != nullptr,
+                            aRecord.mInstance == nullptr ? "" : aRecord.mInstance, aRecord.mThreadId, aRecord.mFile,
+                            aRecord.mLine, aRecord.mFunction, aRecord.mMessage});
+    }
+
+    std::vector<Entry> mEntries;
+};

@@ -1,0 +1,237 @@
+#pragma once
+
+#include "AllocationCounter.h"
+#include "BareHostTest.h"
+
+#include <IRegisterSerialPort.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <numeric>
+#include <utility>
+
+constexpr auto BULK2 = KoDeviceSerialBulk2;
+constexpr auto DOWNSTREAM = "Bulk2DownstreamData";
+constexpr auto UPSTREAM_LENGTH = "EventBulk2UpstreamDataLength";
+constexpr auto UPSTREAM_BUFFER = "EventBulk2UpstreamDataBuffer";
+
+/// The feature engine with its state laid open.
+class TestFeaturePort : public KoSerialLib::IRegisterSerialPort
+{
+public:
+    using IRegisterSerialPort::IRegisterSerialPort;
+    using IRegisterSerialPort::mDevice;
+    using IRegisterSerialPort::mDownstreamBuffer;
+    using IRegisterSerialPort::mDownstreamBufferSize;
+    using IRegisterSerialPort::mDownstreamData;
+    using IRegisterSerialPort::mMutex;
+    using IRegisterSerialPort::mPort;
+    using IRegisterSerialPort::mPortName;
+    using IRegisterSerialPort::mPreviousEventNotification;
+    using IRegisterSerialPort::mUpstreamBuffer;
+    using IRegisterSerialPort::mUpstreamBufferSize;
+    using IRegisterSerialPort::mUpstreamDataBuffer;
+    using IRegisterSerialPort::mUpstreamDataLength;
+
+    /// Takes out all unread bytes.
+    Bytes ReadAll()
+    {
+        Bytes bytes(16384);
+        std::uint32_t count = 0;
+        Read(bytes.data(), 16384, count, 0);
+        bytes.resize(count);
+        return bytes;
+    }
+};
+
+/// Gives a device the three features of the bulk port with that index.
+inline void AddBulkPort(ScriptedAdapter& aDevice, int aIndex, std::size_t aRegisterLength = 32)
+{
+    const std::string bulk = "Bulk" + std::to_string(aIndex);
+    aDevice.mGenRegisters[bulk + "DownstreamData"].resize(aRegisterLength);
+    aDevice.mIntegers["Event" + bulk + "UpstreamDataLength"] = 0;
+    aDevice.mGenRegisters["Event" + bulk + "UpstreamDataBuffer"].resize(512);
+}
+
+/// Gives a device the enumerations that switch events on, with another event selected and everything off.
+inline void AddEventFeatures(ScriptedAdapter& aDevice)
+{
+    aDevice.mEnumerations["EventSelector"].mValue = "Timer";
+    aDevice.mEnumerations["EventNotification"].mValue = "Off";
+}
+
+/// The bytes aFirst, aFirst + 1, ...
+inline Bytes CountUp(std::size_t aCount, std::uint8_t aFirst = 1)
+{
+    Bytes bytes(aCount);
+    std::iota(bytes.begin(), bytes.end(), aFirst);
+    return bytes;
+}
+
+/// A device with bulk port 2 whose transfers allocate nothing themselves. Each look at the length of a register starts
+/// the count of allocations.
+class QuietDevice : public ScriptedAdapter
+{
+public:
+    QuietDevice() : ScriptedAdapter(NewIdentity())
+    {
+        AddBulkPort(*this, 2);
+        AddEventFeatures(*this);
+    }
+
+    bool IsGenRegisterPresent(const KoString& /*aName*/) override { return true; }
+
+    KoResult GetGenRegisterLength(const KoString& /*aName*/, std::int64_t& aLength) override
+    {
+        aLength = mLength;
+        StartCountingAllocations();
+        return KoResult(KoResult::OK);
+    }
+
+    KoResult GetGenIntegerValue(const KoString& /*aName*/, std::int64_t& aValue) override
+    {
+        aValue = mLength;
+        return KoResult(KoResult::OK);
+    }
+
+    KoResult GetGenRegisterData(const KoString& /*aName*/, std::uint8_t* /*aTo*/, std::int64_t /*aLength*/) override
+    {
+        return KoResult(KoResult::OK);
+    }
+
+    KoResult SetGenRegisterData(const KoString& /*aName*/, const std::uint8_t* /*aData*/,
+                                std::int64_t /*aLength*/) override
+    {
+        ++mFrames;
+        return KoResult(KoResult::OK);
+    }
+
+    KoResult WaitForIdle(std::uint32_t /*aTimeoutMs*/) override { return KoResult(KoResult::OK); }
+    bool IsGigEVision() override { return true; }
+
+    std::int64_t mLength = 32;
+    int mFrames = 0;
+};
+
+/// The feature engine on a scripted device with bulk port 2, whose registers are 32 bytes down and 512 bytes up.
+class FeaturePortTest : public BareHostTest
+{
+protected:
+    explicit FeaturePortTest(bool aSPIMode = false) : mPort(aSPIMode)
+    {
+        AddBulkPort(mDevice, 2);
+        AddEventFeatures(mDevice);
+        mDevice.mOnCall = [this](const std::string& aCall)
+        {
+            EXPECT_TRUE(mHost.GetHeld().empty()) << aCall << " is called with a lock held";
+            TellEntries();
+            mStory.push_back(aCall);
+        };
+    }
+
+    ~FeaturePortTest() override
+    {
+        if (mPort.IsOpened())
+        {
+            mDevice.mConnected = true;
+            mPort.Close();
+        }
+    }
+
+    /// Opens bulk port 2 and forgets what this took.
+    void Open()
+    {
+        ASSERT_TRUE(mPort.Open(&mDevice, BULK2).IsOK());
+        Forget();
+    }
+
+    void Forget()
+    {
+        mDevice.TakeCalls();
+        TakeStory();
+        mHost.mLog.clear();
+        mHost.mTaken.clear();
+        mTold = 0;
+    }
+
+    /// The calls of the device and the log entries since the last time this was asked, in order. An entry is
+    /// "[<level>] <text>", or "[<level> <code>] <text>" for a failure.
+    Texts TakeStory()
+    {
+        TellEntries();
+        return std::exchange(mStory, {});
+    }
+
+    KoResult Write(const Bytes& aBytes)
+    {
+        mWritten = 99;
+        return mPort.Write(aBytes.data(), static_cast<std::uint32_t>(aBytes.size()), mWritten);
+    }
+
+    /// The frames that were written since the last time, as hexadecimal bytes.
+    Texts TakeFrames()
+    {
+        const std::string write = std::string("SetGenRegisterData ") + DOWNSTREAM + ' ';
+        Texts frames;
+        for (const std::string& call : mDevice.TakeCalls())
+        {
+            if (call.compare(0, write.size(), write) == 0)
+            {
+                frames.push_back(call.substr(write.size()));
+            }
+        }
+        return frames;
+    }
+
+    /// The lengths of these frames in bytes.
+    std::vector<std::size_t> TakeFrameLengths()
+    {
+        std::vector<std::size_t> lengths;
+        for (const std::string& frame : TakeFrames())
+        {
+            lengths.push_back((frame.size() + 1) / 3);
+        }
+        return lengths;
+    }
+
+    void ExpectProgress(std::uint32_t aDone, std::uint32_t aTotal)
+    {
+        std::uint32_t done = 0;
+        std::uint32_t total = 0;
+        EXPECT_TRUE(mPort.GetWriteProgress(done, total).IsOK());
+        EXPECT_EQ(done, aDone);
+        EXPECT_EQ(total, aTotal);
+    }
+
+    void ExpectNoProgress()
+    {
+        std::uint32_t ignored = 0;
+        EXPECT_EQ(mPort.GetWriteProgress(ignored, ignored).GetCode(), KoResult::STATE_ERROR);
+    }
+
+    /// Expects the failure that the device reports, with its code and its description.
+    static void ExpectFailureOfDevice(const KoResult& aResult)
+    {
+        EXPECT_EQ(aResult.GetCode(), 4711U);
+        EXPECT_STREQ(aResult.GetDescription().GetAscii(), "The device is on fire.");
+    }
+
+    static KoResult FailureOfDevice() { return KoResult(4711, KoString("The device is on fire.")); }
+
+    TestFeaturePort mPort;
+    std::uint32_t mWritten = 0;
+
+private:
+    void TellEntries()
+    {
+        for (; mTold < mHost.mLog.size(); ++mTold)
+        {
+            const LogEntry& entry = mHost.mLog[mTold];
+            const std::string code = entry.mCode == 0 ? "" : ' ' + std::to_string(entry.mCode);
+            mStory.push_back('[' + std::to_string(entry.mLevel) + code + "] " + entry.mText);
+        }
+    }
+
+    Texts mStory;
+    std::size_t mTold = 0;
+};

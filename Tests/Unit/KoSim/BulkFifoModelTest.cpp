@@ -1,0 +1,227 @@
+#include "BulkFifoModel.h"
+
+#include "ModelOutputs.h"
+#include "Registers.h"
+
+#include <KoSim/BulkLine.h>
+
+#include <gtest/gtest.h>
+
+using namespace KoSim;
+using namespace std::chrono_literals;
+
+namespace
+{
+
+constexpr std::uint32_t ALL_INTERRUPTS = 0x1F00;
+
+/// I2C with doubled time: 180 us for each byte.
+constexpr Time BYTE_TIME = 180us;
+constexpr std::uint32_t RESERVE = 51;
+constexpr std::size_t LATER_CHUNK = 251 - RESERVE;
+
+} // namespace
+
+class BulkFifoModelTest : public ::testing::Test
+{
+protected:
+    BulkFifoModelTest() { mFifo.EnableInterrupts(ALL_INTERRUPTS); }
+
+    void Transmit(std::size_t aCount, Time aNow)
+    {
+        const std::string bytes(aCount, 'x');
+        mFifo.Transmit(AsBytes(bytes), bytes.size(), aNow);
+    }
+
+    std::vector<std::uint32_t> TakeStatuses()
+    {
+        std::vector<std::uint32_t> statuses;
+        for (const SerialEvent& event : TakeEvents(mOutputs))
+        {
+            statuses.push_back(event.mStatus);
+        }
+        return statuses;
+    }
+
+    OutputQueue mOutputs;
+    BulkFifoModel mFifo{LineTiming::Real, GetBulkConfig({BulkInterface::I2c, 0, true, RESERVE}), EVENT_SERIAL_INTERRUPT,
+                        mOutputs};
+};
+
+TEST_F(BulkFifoModelTest, SendsOneByteAfterTheOther)
+{
+    mFifo.Transmit(AsBytes("abc"), 3, 1ms);
+
+    mFifo.Advance(1ms + BYTE_TIME - 1ns);
+    EXPECT_EQ(TakeLineBytes(mOutputs), "");
+    mFifo.Advance(1ms + BYTE_TIME);
+    EXPECT_EQ(TakeLineBytes(mOutputs), "a");
+    mFifo.Advance(1ms + 3 * BYTE_TIME);
+    EXPECT_EQ(TakeLineBytes(mOutputs), "bc");
+    EXPECT_EQ(mFifo.mStatistics.mSentBytes, 3U);
+}
+
+TEST_F(BulkFifoModelTest, ReportsThatALaterChunkFitsExactlyWhenItDoes)
+{
+    Transmit(256, 0ms);
+
+    mFifo.Advance(BYTE_TIME * (LATER_CHUNK - 1));
+    EXPECT_TRUE(TakeStatuses().empty());
+    EXPECT_EQ(mFifo.GetDeadline(), Time(BYTE_TIME * LATER_CHUNK));
+    mFifo.Advance(BYTE_TIME * LATER_CHUNK);
+    EXPECT_EQ(TakeStatuses(), std::vector<std::uint32_t>{INTERRUPT_BULK_TX_PARTIAL});
+
+    Transmit(LATER_CHUNK, BYTE_TIME * LATER_CHUNK);
+    EXPECT_EQ(mFifo.mStatistics.mTxOverruns, 0U);
+}
+
+TEST_F(BulkFifoModelTest, ReportsAtOnceThatALaterChunkFitsBehindABlockThatLeavesRoomForIt)
+{
+    Transmit(256 - LATER_CHUNK, 0ms);
+
+    EXPECT_EQ(TakeStatuses(), std::vector<std::uint32_t>{INTERRUPT_BULK_TX_PARTIAL});
+}
+
+TEST_F(BulkFifoModelTest, DoesNotTellASlowHostThreeTimesToGoOn)
+{
+    Transmit(256, 0ms);
+    mFifo.Advance(1s);
+    EXPECT_EQ(TakeStatuses(), (std::vector<std::uint32_t>{INTERRUPT_BULK_TX_PARTIAL, INTERRUPT_BULK_TX_EMPTY}));
+
+    Transmit(1, 1s);
+    EXPECT_TRUE(TakeStatuses().empty());
+    Transmit(1, 1s);
+    EXPECT_EQ(TakeStatuses(), std::vector<std::uint32_t>{INTERRUPT_BULK_TX_PARTIAL});
+}
+
+TEST_F(BulkFifoModelTest, DoesNotReportRoomBehindABlockThatLeavesTooLittle)
+{
+    Transmit(256 - LATER_CHUNK + 1, 0ms);
+
+    EXPECT_TRUE(TakeStatuses().empty());
+}
+
+TEST_F(BulkFifoModelTest, ReportsThatItIsEmptyWhenTheLastByteIsOut)
+{
+    Transmit(10, 0ms);
+    TakeStatuses();
+
+    mFifo.Advance(BYTE_TIME * 10 - 1ns);
+    EXPECT_TRUE(TakeStatuses().empty());
+    mFifo.Advance(BYTE_TIME * 10);
+    EXPECT_EQ(TakeStatuses(), std::vector<std::uint32_t>{INTERRUPT_BULK_TX_EMPTY});
+}
+
+TEST_F(BulkFifoModelTest, SendsBytesToTheFarEndBeforeItReportsThatTheyAreOut)
+{
+    Transmit(1, 0ms);
+    mOutputs.clear();
+    mFifo.Advance(BYTE_TIME);
+
+    ASSERT_EQ(mOutputs.size(), 2U);
+    EXPECT_TRUE(std::holds_alternative<LineOutput>(mOutputs[0]));
+    EXPECT_TRUE(std::holds_alternative<EventOutput>(mOutputs[1]));
+}
+
+TEST_F(BulkFifoModelTest, StampsAnInterruptWithTheTimeOfItsCause)
+{
+    Transmit(1, 0ms);
+    mFifo.Advance(1s);
+
+    EXPECT_EQ(TakeEvents(mOutputs).at(1).mTime, Time(BYTE_TIME));
+}
+
+TEST_F(BulkFifoModelTest, SendsNoEventForADisabledInterrupt)
+{
+    mFifo.EnableInterrupts(INTERRUPT_BULK_TX_EMPTY);
+    Transmit(256, 0ms);
+    mFifo.Advance(1h);
+
+    EXPECT_EQ(TakeStatuses(), std::vector<std::uint32_t>{INTERRUPT_BULK_TX_EMPTY});
+}
+
+TEST_F(BulkFifoModelTest, CountsBytesThatFindNoRoom)
+{
+    Transmit(200, 0ms);
+    Transmit(57, 0ms);
+
+    EXPECT_EQ(mFifo.mStatistics.mTxOverruns, 1U);
+}
+
+TEST_F(BulkFifoModelTest, LosesAndCountsWhatItHoldsWhenItIsReset)
+{
+    Transmit(20, 0ms);
+    mOutputs.clear();
+    mFifo.WriteConfig(mFifo.ReadConfig() | BULK_CONFIG_RESET);
+
+    mFifo.Advance(1h);
+    EXPECT_TRUE(mOutputs.empty());
+    EXPECT_EQ(mFifo.mStatistics.mTxOverruns, 20U);
+}
+
+TEST_F(BulkFifoModelTest, CountsTheTimeThatTheLineWasBusyAndTheTimeThatItStoodIdle)
+{
+    Transmit(10, 0ms);
+    mFifo.Advance(BYTE_TIME * 10);
+    Transmit(10, BYTE_TIME * 15);
+    mFifo.Advance(1h);
+
+    EXPECT_EQ(mFifo.mStatistics.mBusyTime, Time(BYTE_TIME * 20));
+    EXPECT_EQ(mFifo.mStatistics.mIdleTime, Time(BYTE_TIME * 5));
+    EXPECT_EQ(mFifo.mStatistics.mUnderruns, 1U);
+}
+
+TEST_F(BulkFifoModelTest, ReportsReceivedBytesPackedBehindTheStatusWord)
+{
+    mFifo.Receive(AsBytes("hello"), 5, 0ms);
+    mFifo.Advance(1h);
+
+    ASSERT_EQ(mOutputs.size(), 1U);
+    const auto& event = std::get<EventOutput>(mOutputs[0]);
+    const std::vector<std::uint8_t> expected = {0, 1, 0, 0, 'h', 'e', 'l', 'l', 'o'};
+    EXPECT_EQ(event.mPayload, expected);
+    EXPECT_EQ(event.mEventId, EVENT_SERIAL_INTERRUPT);
+    EXPECT_EQ(event.mReceivedBytes, 5U);
+}
+
+TEST_F(BulkFifoModelTest, ReportsReceivedBytesWithTheLowestReceiveInterruptThatIsEnabled)
+{
+    mFifo.EnableInterrupts(0x0600);
+    mFifo.Receive(AsBytes("x"), 1, 0ms);
+    mFifo.Advance(1h);
+
+    EXPECT_EQ(TakeStatuses(), std::vector<std::uint32_t>{0x0200});
+}
+
+TEST_F(BulkFifoModelTest, KeepsBytesAtTheFarEndWhileItsReceiveInterruptsAreOff)
+{
+    mFifo.EnableInterrupts(0);
+    mFifo.Receive(AsBytes("xyz"), 3, 0ms);
+    mFifo.Advance(1s);
+    EXPECT_TRUE(mOutputs.empty());
+    EXPECT_EQ(mFifo.GetDeadline(), std::nullopt);
+
+    mFifo.EnableInterrupts(ALL_INTERRUPTS);
+    mFifo.Advance(2s);
+    mFifo.Advance(3s);
+    std::size_t received = 0;
+    for (const Output& output : mOutputs)
+    {
+        received += std::get<EventOutput>(output).mReceivedBytes;
+    }
+    EXPECT_EQ(received, 3U);
+}
+
+TEST_F(BulkFifoModelTest, SplitsALongReceptionOverEventsThatFitAPacket)
+{
+    BulkFifoModel instant(LineTiming::Instant, 0, EVENT_BULK_INTERRUPT, mOutputs);
+    instant.EnableInterrupts(ALL_INTERRUPTS);
+    const std::string bytes(1300, 'x');
+    instant.Receive(AsBytes(bytes), bytes.size(), 0ms);
+    instant.Advance(0ms);
+
+    ASSERT_EQ(mOutputs.size(), 3U);
+    EXPECT_EQ(std::get<EventOutput>(mOutputs[0]).mReceivedBytes, 512U);
+    EXPECT_EQ(std::get<EventOutput>(mOutputs[2]).mReceivedBytes, 276U);
+    EXPECT_EQ(std::get<EventOutput>(mOutputs[0]).mEventId, EVENT_BULK_INTERRUPT);
+}

@@ -1,0 +1,196 @@
+#include "DeviceModel.h"
+
+#include "ModelOutputs.h"
+#include "Registers.h"
+
+#include <gtest/gtest.h>
+
+#include <stdexcept>
+
+using namespace KoSim;
+using namespace std::chrono_literals;
+
+namespace
+{
+
+constexpr std::uint32_t UNKNOWN_ADDRESS = 0xB834;
+
+/// The fields of the capabilities that are about UARTs.
+constexpr std::uint32_t CAPS_UARTS = 0x80000007;
+
+DeviceProfile WithUarts(std::uint32_t aCount)
+{
+    DeviceProfile profile;
+    profile.mUartCount = aCount;
+    return profile;
+}
+
+/// UART0 needs 10 ms for a byte, UART1 needs 11 ms.
+DeviceProfile WithRealTiming()
+{
+    DeviceProfile profile;
+    profile.mTiming = LineTiming::Real;
+    profile.mLines[0] = {1000, LineParity::None, 8, 1};
+    profile.mLines[1] = {1000, LineParity::Even, 8, 1};
+    return profile;
+}
+
+} // namespace
+
+TEST(DeviceModelTest, TellsTheNumberOfItsUarts)
+{
+    for (std::uint32_t count = 0; count <= 2; ++count)
+    {
+        DeviceModel model(WithUarts(count));
+
+        EXPECT_EQ(model.ReadRegister(REG_FUNCTION_CAPS) & CAPS_UARTS, 0x80000000 | count);
+    }
+}
+
+TEST(DeviceModelTest, KeepsItsCapabilitiesWhenTheyAreWritten)
+{
+    DeviceModel model(WithUarts(2));
+    model.WriteRegister(REG_FUNCTION_CAPS, 0, 0ms);
+
+    EXPECT_EQ(model.ReadRegister(REG_FUNCTION_CAPS) & CAPS_UARTS, 0x80000002);
+    EXPECT_EQ(model.GetUnknownAccessCount(), 0U);
+}
+
+TEST(DeviceModelTest, GivesTheInterruptEnableBitsBack)
+{
+    DeviceModel model(WithUarts(2));
+    EXPECT_EQ(model.ReadRegister(REG_INTERRUPT_ENABLE), 0U);
+    model.WriteRegister(REG_INTERRUPT_ENABLE, 0x1F05, 0ms);
+
+    EXPECT_EQ(model.ReadRegister(REG_INTERRUPT_ENABLE), 0x1F05U);
+    EXPECT_EQ(model.GetUnknownAccessCount(), 0U);
+}
+
+TEST(DeviceModelTest, ReadsZeroFromAnAddressThatItDoesNotHaveAndCountsIt)
+{
+    DeviceModel model(WithUarts(2));
+
+    EXPECT_EQ(model.ReadRegister(UNKNOWN_ADDRESS), 0U);
+    EXPECT_EQ(model.GetUnknownAccessCount(), 1U);
+}
+
+TEST(DeviceModelTest, IgnoresWritesToAnAddressThatItDoesNotHaveAndCountsThem)
+{
+    DeviceModel model(WithUarts(2));
+    model.WriteRegister(UNKNOWN_ADDRESS, 1, 0ms);
+
+    EXPECT_EQ(model.GetUnknownAccessCount(), 1U);
+    EXPECT_EQ(model.ReadRegister(UNKNOWN_ADDRESS), 0U);
+    EXPECT_EQ(model.GetUnknownAccessCount(), 2U);
+}
+
+TEST(DeviceModelTest, DoesNotHaveTheDataRegisterOfAUartThatIsMissing)
+{
+    DeviceModel one(WithUarts(1));
+    one.WriteRegister(REG_UART0_DATA, 'A', 0ms);
+    EXPECT_EQ(one.GetUnknownAccessCount(), 0U);
+    one.WriteRegister(REG_UART1_DATA, 'A', 0ms);
+    EXPECT_EQ(one.ReadRegister(REG_UART1_DATA), 0U);
+    EXPECT_EQ(one.GetUnknownAccessCount(), 2U);
+
+    DeviceModel none(WithUarts(0));
+    EXPECT_EQ(none.ReadRegister(REG_UART0_DATA), 0U);
+    EXPECT_EQ(none.GetUnknownAccessCount(), 1U);
+}
+
+TEST(DeviceModelTest, RefusesMoreThanTwoUarts)
+{
+    EXPECT_THROW(DeviceModel(WithUarts(3)), std::invalid_argument);
+}
+
+TEST(DeviceModelTest, RefusesALineWithoutBaudRate)
+{
+    DeviceProfile profile;
+    profile.mLines[1].mBaudRate = 0;
+
+    EXPECT_THROW(DeviceModel{profile}, std::invalid_argument);
+}
+
+TEST(DeviceModelTest, GivesEachUartTheSettingsOfItsLine)
+{
+    DeviceModel model(WithRealTiming());
+    model.WriteRegister(REG_UART0_DATA, 'A', 0ms);
+    model.WriteRegister(REG_UART1_DATA, 'B', 0ms);
+    EXPECT_EQ(model.ReadRegister(REG_UART0_DATA), UART_DATA_TX_BUSY);
+    EXPECT_EQ(model.ReadRegister(REG_UART1_DATA), UART_DATA_TX_BUSY);
+    EXPECT_EQ(model.GetDeadline(), Time(10ms));
+
+    model.Advance(10ms);
+    EXPECT_EQ(TakeLineBytes(model.GetOutputs()), "A");
+    EXPECT_EQ(model.GetDeadline(), Time(11ms));
+    model.Advance(11ms);
+    EXPECT_EQ(TakeLineBytes(model.GetOutputs()), "B");
+    EXPECT_EQ(model.GetDeadline(), std::nullopt);
+}
+
+TEST(DeviceModelTest, PassesTheBaudRateOverOnInstantLines)
+{
+    DeviceProfile profile = WithRealTiming();
+    profile.mTiming = LineTiming::Instant;
+    DeviceModel model(profile);
+    model.WriteRegister(REG_UART0_DATA, 'A', 1ms);
+    model.Advance(1ms);
+
+    EXPECT_EQ(TakeLineBytes(model.GetOutputs()), "A");
+}
+
+TEST(DeviceModelTest, SwitchesEachInterruptByItsOwnBit)
+{
+    const std::uint8_t byte = 'Z';
+    for (const std::uint32_t bit : {0x1U, 0x2U, 0x4U, 0x8U})
+    {
+        DeviceModel model(WithUarts(2));
+        model.WriteRegister(REG_INTERRUPT_ENABLE, bit, 0ms);
+        model.WriteRegister(REG_UART0_DATA, 'A', 0ms);
+        model.WriteRegister(REG_UART1_DATA, 'B', 0ms);
+        model.Receive(Port::Uart0, &byte, 1, 0ms);
+        model.Receive(Port::Uart1, &byte, 1, 0ms);
+        model.Advance(0ms);
+        const std::vector<SerialEvent> events = TakeEvents(model.GetOutputs());
+
+        ASSERT_EQ(events.size(), 1U) << bit;
+        EXPECT_EQ(events[0].mStatus, bit);
+    }
+}
+
+TEST(DeviceModelTest, KeepsTheRoomOfEachLineApart)
+{
+    const std::string text(100, 'x');
+    DeviceModel model(WithUarts(2));
+    const std::size_t room = model.GetRoom(Port::Uart0);
+    model.Receive(Port::Uart0, AsBytes(text), text.size(), 0ms);
+
+    EXPECT_EQ(model.GetRoom(Port::Uart0), room - text.size());
+    EXPECT_EQ(model.GetRoom(Port::Uart1), room);
+}
+
+TEST(DeviceModelTest, CountsTheBytesOfAnEventAsReceivedOrLost)
+{
+    DeviceModel model(WithUarts(2));
+    const EventOutput event{Port::Uart1, EVENT_SERIAL_INTERRUPT, 0ms, 5, {}};
+    model.CountEvent(event, true);
+    model.CountEvent(event, true);
+    model.CountEvent(event, false);
+
+    EXPECT_EQ(model.GetLineStatistics(Port::Uart1).mReceivedBytes, 10U);
+    EXPECT_EQ(model.GetLineStatistics(Port::Uart1).mLostBytes, 5U);
+    EXPECT_EQ(model.GetLineStatistics(Port::Uart0).mReceivedBytes, 0U);
+}
+
+TEST(DeviceModelTest, CountsWhatHappenedOnEachLine)
+{
+    DeviceModel model(WithRealTiming());
+    model.WriteRegister(REG_UART1_DATA, 'A', 0ms);
+    model.WriteRegister(REG_UART1_DATA, 'B', 0ms);
+    model.Advance(1s);
+
+    EXPECT_EQ(model.GetLineStatistics(Port::Uart1).mSentBytes, 1U);
+    EXPECT_EQ(model.GetLineStatistics(Port::Uart1).mTxOverruns, 1U);
+    EXPECT_EQ(model.GetLineStatistics(Port::Uart0).mSentBytes, 0U);
+    EXPECT_EQ(model.GetLineStatistics(Port::Uart0).mTxOverruns, 0U);
+}

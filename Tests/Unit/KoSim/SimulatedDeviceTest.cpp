@@ -1,0 +1,229 @@
+#include <KoSim/SimulatedDevice.h>
+
+#include "Registers.h"
+#include "TestEventSink.h"
+#include "TestLineEnd.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <stdexcept>
+
+using namespace KoSim;
+
+namespace
+{
+
+/// The fields of the capabilities that are about UARTs.
+constexpr std::uint32_t CAPS_UARTS = 0x80000007;
+
+std::uint32_t Read(SimulatedDevice& aDevice, std::uint32_t aAddress)
+{
+    std::uint32_t value = 0xDEADBEEF;
+    EXPECT_TRUE(aDevice.ReadRegister(aAddress, &value).IsOK());
+    return value;
+}
+
+void ExpectNoSuchFeature(const KoResult& aResult)
+{
+    EXPECT_EQ(aResult.GetCode(), KoResult::NOT_FOUND);
+    EXPECT_STREQ(aResult.GetDescription().GetAscii(), "The simulated device has no such feature: Width");
+}
+
+} // namespace
+
+TEST(SimulatedDeviceTest, IsConnectedAfterConstruction)
+{
+    SimulatedDevice device;
+    KoString id;
+
+    EXPECT_TRUE(device.IsConnected());
+    EXPECT_TRUE(device.IsTavricVideoInterface());
+    EXPECT_TRUE(device.IsGigEVision());
+    EXPECT_TRUE(device.GetDeviceId(id).IsOK());
+    EXPECT_STREQ(id.GetAscii(), "sim");
+    EXPECT_EQ(device.GetEventSinkCount(), 0U);
+    EXPECT_EQ(device.GetUnknownAccessCount(), 0U);
+}
+
+TEST(SimulatedDeviceTest, IsWhatItsProfileSays)
+{
+    DeviceProfile profile;
+    profile.mId = "left lens";
+    profile.mTavricVideoInterface = false;
+    profile.mGigEVision = false;
+    profile.mUartCount = 1;
+    SimulatedDevice device(profile);
+    KoString id;
+
+    EXPECT_TRUE(device.GetDeviceId(id).IsOK());
+    EXPECT_STREQ(id.GetAscii(), "left lens");
+    EXPECT_FALSE(device.IsTavricVideoInterface());
+    EXPECT_FALSE(device.IsGigEVision());
+    EXPECT_EQ(Read(device, REG_FUNCTION_CAPS) & CAPS_UARTS, 0x80000001);
+    EXPECT_EQ(device.GetProfile().mId, "left lens");
+    EXPECT_EQ(device.GetProfile().mUartCount, 1U);
+}
+
+TEST(SimulatedDeviceTest, RefusesAProfileThatNoDeviceCanHave)
+{
+    DeviceProfile tooManyUarts;
+    tooManyUarts.mUartCount = 3;
+    DeviceProfile noBaudRate;
+    noBaudRate.mLines[0].mBaudRate = 0;
+
+    EXPECT_THROW(SimulatedDevice{tooManyUarts}, std::invalid_argument);
+    EXPECT_THROW(SimulatedDevice{noBaudRate}, std::invalid_argument);
+}
+
+TEST(SimulatedDeviceTest, GivesAccessToItsRegisters)
+{
+    SimulatedDevice device;
+
+    EXPECT_EQ(Read(device, REG_FUNCTION_CAPS) & CAPS_UARTS, 0x80000002);
+    EXPECT_TRUE(device.WriteRegister(REG_INTERRUPT_ENABLE, 0xF).IsOK());
+    EXPECT_EQ(Read(device, REG_INTERRUPT_ENABLE), 0xFU);
+    EXPECT_EQ(device.GetUnknownAccessCount(), 0U);
+}
+
+TEST(SimulatedDeviceTest, CountsAccessesToAddressesThatItDoesNotHave)
+{
+    SimulatedDevice device;
+
+    EXPECT_EQ(Read(device, 0x1234), 0U);
+    EXPECT_TRUE(device.WriteRegister(0x1234, 1).IsOK());
+    EXPECT_EQ(device.GetUnknownAccessCount(), 2U);
+}
+
+TEST(SimulatedDeviceTest, FailsEveryAccessWhileItIsUnplugged)
+{
+    SimulatedDevice device;
+    device.Disconnect();
+    std::uint32_t value = 42;
+    const KoResult read = device.ReadRegister(REG_FUNCTION_CAPS, &value);
+    const KoResult written = device.WriteRegister(REG_INTERRUPT_ENABLE, 0xF);
+
+    EXPECT_FALSE(device.IsConnected());
+    EXPECT_EQ(read.GetCode(), KoResult::NOT_CONNECTED);
+    EXPECT_STREQ(read.GetDescription().GetAscii(), "The simulated device is not connected.");
+    EXPECT_EQ(value, 42U);
+    EXPECT_EQ(written.GetCode(), KoResult::NOT_CONNECTED);
+    device.Connect();
+    EXPECT_TRUE(device.IsConnected());
+    EXPECT_EQ(Read(device, REG_INTERRUPT_ENABLE), 0U);
+}
+
+TEST(SimulatedDeviceTest, KeepsItsRegistersWhileItIsUnplugged)
+{
+    SimulatedDevice device;
+    device.WriteRegister(REG_INTERRUPT_ENABLE, 0xF);
+    device.Disconnect();
+    device.Connect();
+
+    EXPECT_EQ(Read(device, REG_INTERRUPT_ENABLE), 0xFU);
+}
+
+TEST(SimulatedDeviceTest, TakesAWrongNumberOfPlugsCalmly)
+{
+    SimulatedDevice device;
+    device.Connect();
+    EXPECT_TRUE(device.IsConnected());
+    device.Disconnect();
+    device.Disconnect();
+    device.Connect();
+
+    EXPECT_TRUE(device.IsConnected());
+}
+
+TEST(SimulatedDeviceTest, AnswersFalseForFeaturesThatItDoesNotHave)
+{
+    SimulatedDevice device;
+
+    EXPECT_FALSE(device.IsGenIntegerPresent("Width"));
+    EXPECT_FALSE(device.IsGenEnumPresent("Width"));
+    EXPECT_FALSE(device.IsGenRegisterPresent("Width"));
+    EXPECT_FALSE(device.IsGenRegisterPresent(""));
+    EXPECT_FALSE(device.IsGenEnumReadable("Width"));
+    EXPECT_FALSE(device.IsGenEnumWritable("Width"));
+    EXPECT_FALSE(device.IsGenEnumEntryAvailable("Width", "Full"));
+}
+
+TEST(SimulatedDeviceTest, DoesNotFindFeaturesThatItDoesNotHave)
+{
+    SimulatedDevice device;
+    std::int64_t number = 42;
+    KoString text("untouched");
+    KoStringList entries;
+    std::uint8_t byte = 42;
+
+    ExpectNoSuchFeature(device.GetGenIntegerValue("Width", number));
+    ExpectNoSuchFeature(device.GetGenEnumEntries("Width", entries));
+    ExpectNoSuchFeature(device.GetGenEnumValue("Width", text));
+    ExpectNoSuchFeature(device.SetGenEnumValue("Width", "Full"));
+    ExpectNoSuchFeature(device.GetGenRegisterLength("Width", number));
+    ExpectNoSuchFeature(device.GetGenRegisterData("Width", &byte, 1));
+    ExpectNoSuchFeature(device.SetGenRegisterData("Width", &byte, 1));
+    ExpectNoSuchFeature(device.RegisterGenInvalidator("Width"));
+    ExpectNoSuchFeature(device.UnregisterGenInvalidator("Width"));
+    EXPECT_EQ(number, 42);
+    EXPECT_STREQ(text.GetAscii(), "untouched");
+    EXPECT_EQ(entries.GetFirst(), nullptr);
+    EXPECT_EQ(byte, 42);
+}
+
+TEST(SimulatedDeviceTest, IsIdleAfterEveryCall)
+{
+    SimulatedDevice device;
+
+    EXPECT_TRUE(device.WaitForIdle(0).IsOK());
+    EXPECT_TRUE(device.WaitForIdle(1000).IsOK());
+}
+
+TEST(SimulatedDeviceTest, LetsAByteTakeTheTimeOfTheLine)
+{
+    DeviceProfile profile;
+    profile.mTiming = LineTiming::Real;
+    profile.mLines[0] = {1000, LineParity::None, 8, 1};
+    SimulatedDevice device(profile);
+    TestEventSink sink;
+    device.RegisterEventSink(&sink);
+    device.WriteRegister(REG_INTERRUPT_ENABLE, INTERRUPT_UART_TX);
+    const auto start = std::chrono::steady_clock::now();
+    device.WriteRegister(REG_UART0_DATA, 'A');
+
+    ASSERT_TRUE(sink.WaitForEvents(1));
+    EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(10));
+    device.UnregisterEventSink(&sink);
+}
+
+TEST(SimulatedDeviceTest, StandsStillWhileItIsFrozen)
+{
+    SimulatedDevice device;
+    const auto lineEnd = std::make_shared<TestLineEnd>();
+    TestEventSink sink;
+    device.SetLineEnd(Port::Uart0, lineEnd);
+    device.RegisterEventSink(&sink);
+    device.WriteRegister(REG_INTERRUPT_ENABLE, INTERRUPT_UART_TX | INTERRUPT_UART_RX);
+    device.Freeze(true);
+    device.WriteRegister(REG_UART0_DATA, 'A');
+    lineEnd->Send("B");
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+
+    EXPECT_TRUE(device.IsConnected());
+    EXPECT_EQ(Read(device, REG_UART0_DATA), UART_DATA_TX_BUSY);
+    EXPECT_TRUE(sink.GetEvents().empty());
+    EXPECT_EQ(lineEnd->GetReceived(), "");
+
+    device.Freeze(false);
+    EXPECT_TRUE(sink.WaitForEvents(2));
+    EXPECT_EQ(sink.GetBytes(), "B");
+    EXPECT_EQ(lineEnd->GetReceived(), "A");
+    device.UnregisterEventSink(&sink);
+}
+
+TEST(SimulatedDeviceTest, CanBeDestroyedWhileItIsFrozen)
+{
+    SimulatedDevice device;
+    device.Freeze(true);
+    device.WriteRegister(REG_UART0_DATA, 'A');
+}
