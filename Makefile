@@ -1,0 +1,51 @@
+# The commands of this project. Each installs what is missing first; `make help` lists them.
+
+JOBS ?= $(shell nproc)
+# Most tests wait more than they compute.
+TEST_JOBS ?= $(shell expr 2 \* $(JOBS))
+
+.PHONY: help deps demo test test-asan test-tsan bench format check-format tidy docs install clean
+
+help: ## list the commands
+	@awk -F ':.*## ' '/^[a-z-]+:.*## / { printf "make %-14s %s\n", $$1, $$2 }' $(MAKEFILE_LIST)
+
+deps: ## install the packages that building and testing need
+	@Scripts/install-deps
+
+build-%: deps
+	@cmake --preset $* >/dev/null
+	@cmake --build --preset $* --parallel $(JOBS)
+
+demo: build-dev ## talk to a simulated device
+	@build/dev/Tools/koserial/koserial demo
+
+test: build-dev ## run all tests
+	@ctest --preset dev --parallel $(TEST_JOBS)
+
+test-asan: build-asan ## run all tests with the address and undefined behaviour sanitizers
+	@ctest --preset asan --parallel $(TEST_JOBS)
+
+test-tsan: build-tsan ## run all tests with the thread sanitizer
+	@ctest --preset tsan --parallel $(TEST_JOBS)
+
+bench: build-release ## measure, and print the ratios to what else could be used
+	@build/release/Benchmarks/KoSerialBenchmarks
+
+format: ## format the sources
+	@git ls-files '*.h' '*.cpp' | xargs clang-format -i
+
+check-format: ## check that the sources are formatted
+	@git ls-files '*.h' '*.cpp' | xargs clang-format --dry-run -Werror
+
+tidy: build-dev ## run clang-tidy over the libraries and the tool
+	@git ls-files 'Libraries/*.cpp' 'Tools/*.cpp' | xargs -P $(JOBS) -n 4 clang-tidy -p build/dev --quiet
+
+docs: ## write the API documentation to build/docs
+	@Scripts/install-deps doxygen
+	@mkdir -p build/docs && doxygen Documentation/Doxyfile
+
+install: build-release ## install to PREFIX (default /usr/local)
+	@cmake --install build/release --prefix $(or $(PREFIX),/usr/local)
+
+clean: ## remove everything that was built
+	@rm -rf build
