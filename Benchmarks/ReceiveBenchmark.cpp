@@ -1,7 +1,9 @@
 // The receive path: from a device event with received bytes until Read() has copied them out, beside the least that any
 // receive path must do: a memcpy into a buffer and a memcpy out of it.
 
-#include <IKoDeviceAdapter.h>
+#include "EmptyAdapter.h"
+#include "SecondThread.h"
+
 #include <KoDeviceSerialPort.h>
 
 #include <benchmark/benchmark.h>
@@ -9,7 +11,6 @@
 #include <array>
 #include <cstdint>
 #include <cstring>
-#include <thread>
 #include <vector>
 
 namespace
@@ -19,64 +20,17 @@ constexpr std::size_t BYTES_PER_EVENT = 512;
 constexpr std::uint16_t SERIAL_INTERRUPT_EVENT = 0x9000;
 constexpr std::uint32_t UART0_RECEIVED = 0x2;
 
-/// The least device on which a UART opens. It hands out its sink, so that a benchmark is the device layer.
-class BareDevice : public IKoDeviceAdapter
+/// The least device on which a UART opens.
+class UartDevice : public EmptyAdapter
 {
 public:
-    IKoDeviceEventSink* mSink = nullptr;
-
-    KoResult WriteRegister(std::uint32_t /*aAddress*/, std::uint32_t /*aValue*/) override { return KoResult::OK; }
     KoResult ReadRegister(std::uint32_t aAddress, std::uint32_t* aValue) override
     {
         constexpr std::uint32_t FUNCTION_CAPS = 0xB8FC;
         *aValue = aAddress == FUNCTION_CAPS ? 0x80000002 : 0;
-        return KoResult::OK;
+        return Ok();
     }
-    bool IsConnected() override { return true; }
-    bool IsTavricVideoInterface() override { return true; }
-    bool IsGigEVision() override { return true; }
-    KoResult RegisterEventSink(IKoDeviceEventSink* aSink) override
-    {
-        mSink = aSink;
-        return KoResult::OK;
-    }
-    KoResult UnregisterEventSink(IKoDeviceEventSink* /*aSink*/) override { return KoResult::OK; }
-    KoResult GetDeviceId(KoString& aId) override
-    {
-        aId = "benchmark";
-        return KoResult::OK;
-    }
-
-    bool IsGenIntegerPresent(const KoString&) override { return false; }
-    bool IsGenEnumPresent(const KoString&) override { return false; }
-    bool IsGenRegisterPresent(const KoString&) override { return false; }
-    bool IsGenEnumReadable(const KoString&) override { return false; }
-    bool IsGenEnumWritable(const KoString&) override { return false; }
-    bool IsGenEnumEntryAvailable(const KoString&, const KoString&) override { return false; }
-    KoResult GetGenIntegerValue(const KoString&, std::int64_t&) override { return KoResult::NOT_FOUND; }
-    KoResult GetGenEnumEntries(const KoString&, KoStringList&) override { return KoResult::NOT_FOUND; }
-    KoResult GetGenEnumValue(const KoString&, KoString&) override { return KoResult::NOT_FOUND; }
-    KoResult SetGenEnumValue(const KoString&, const KoString&) override { return KoResult::NOT_FOUND; }
-    KoResult GetGenRegisterLength(const KoString&, std::int64_t&) override { return KoResult::NOT_FOUND; }
-    KoResult GetGenRegisterData(const KoString&, std::uint8_t*, std::int64_t) override { return KoResult::NOT_FOUND; }
-    KoResult SetGenRegisterData(const KoString&, const std::uint8_t*, std::int64_t) override
-    {
-        return KoResult::NOT_FOUND;
-    }
-    KoResult RegisterGenInvalidator(const KoString&) override { return KoResult::NOT_FOUND; }
-    KoResult UnregisterGenInvalidator(const KoString&) override { return KoResult::NOT_FOUND; }
-    KoResult BulkTransmit(const std::uint8_t*, std::uint32_t, std::uint32_t) override
-    {
-        return KoResult::NOT_SUPPORTED;
-    }
-    KoResult WaitForIdle(std::uint32_t) override { return KoResult::OK; }
 };
-
-/// A process that never had a second thread pays less for every lock, which no user of this library does.
-void StartAThread()
-{
-    std::thread([] {}).join();
-}
 
 /// An event with received bytes for UART0: a status word, then one word for each byte.
 std::vector<std::uint32_t> MakeEvent()
@@ -92,8 +46,8 @@ std::vector<std::uint32_t> MakeEvent()
 
 void BM_ReceiveUartEvent(benchmark::State& aState)
 {
-    StartAThread();
-    BareDevice device;
+    StartASecondThread();
+    UartDevice device;
     KoDeviceSerialPort port;
     if (!port.Open(&device, KoDeviceSerialUart0).IsOK())
     {
@@ -122,7 +76,7 @@ BENCHMARK(BM_ReceiveUartEvent);
 
 void BM_MemcpyInAndOut(benchmark::State& aState)
 {
-    StartAThread();
+    StartASecondThread();
     std::array<std::uint8_t, BYTES_PER_EVENT> event{};
     std::array<std::uint8_t, BYTES_PER_EVENT> received{};
     std::vector<std::uint8_t> buffer(16384);

@@ -370,8 +370,8 @@ double BulkIPEngine::GetTimePerByteUART()
 
 double BulkIPEngine::GetTimePerByteUSRT()
 {
-    const std::uint32_t divisor = 2U << GetRateIndex();
-    return 1000.0 / (USRT_BASE_CLOCK_HZ / divisor);
+    const std::uint32_t rate = USRT_BASE_CLOCK_HZ / (2U << GetRateIndex());
+    return 1000.0 / rate;
 }
 
 double BulkIPEngine::GetTimePerByteI2C()

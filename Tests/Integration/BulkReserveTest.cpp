@@ -2,8 +2,8 @@
 // writer, so that millions of chunks take no thread switches.
 
 #include "DeviceModel.h"
+#include "EmptyAdapter.h"
 
-#include <IKoDeviceAdapter.h>
 #include <KoDeviceSerialPort.h>
 
 #include <gtest/gtest.h>
@@ -22,20 +22,20 @@ using Bytes = std::vector<std::uint8_t>;
 constexpr KoSim::Time NOW{0};
 
 /// A device that delivers an interrupt before the access that caused it returns.
-class InlineDevice : public IKoDeviceAdapter
+class InlineDevice : public EmptyAdapter
 {
 public:
-    explicit InlineDevice(const KoSim::DeviceProfile& aProfile) : mId(aProfile.mId.c_str()), mModel(aProfile) {}
+    explicit InlineDevice(const KoSim::DeviceProfile& aProfile) : mModel(aProfile) {}
 
     KoResult WriteRegister(std::uint32_t aAddress, std::uint32_t aValue) override
     {
         mModel.WriteRegister(aAddress, aValue, NOW);
-        return KoResult::OK;
+        return Ok();
     }
     KoResult ReadRegister(std::uint32_t aAddress, std::uint32_t* aValue) override
     {
         *aValue = mModel.ReadRegister(aAddress);
-        return KoResult::OK;
+        return Ok();
     }
     KoResult BulkTransmit(const std::uint8_t* aData, std::uint32_t /*aCommand*/, std::uint32_t aLength) override
     {
@@ -44,44 +44,9 @@ public:
         {
             std::visit([this](const auto& aOutput) { Deliver(aOutput); }, outputs.front());
         }
-        return KoResult::OK;
-    }
-    bool IsConnected() override { return true; }
-    bool IsTavricVideoInterface() override { return true; }
-    bool IsGigEVision() override { return true; }
-    KoResult RegisterEventSink(IKoDeviceEventSink* aSink) override
-    {
-        mSink = aSink;
-        return KoResult::OK;
-    }
-    KoResult UnregisterEventSink(IKoDeviceEventSink* /*aSink*/) override { return KoResult::OK; }
-    KoResult GetDeviceId(KoString& aId) override
-    {
-        aId = mId;
-        return KoResult::OK;
+        return Ok();
     }
 
-    bool IsGenIntegerPresent(const KoString&) override { return false; }
-    bool IsGenEnumPresent(const KoString&) override { return false; }
-    bool IsGenRegisterPresent(const KoString&) override { return false; }
-    bool IsGenEnumReadable(const KoString&) override { return false; }
-    bool IsGenEnumWritable(const KoString&) override { return false; }
-    bool IsGenEnumEntryAvailable(const KoString&, const KoString&) override { return false; }
-    KoResult GetGenIntegerValue(const KoString&, std::int64_t&) override { return KoResult::NOT_FOUND; }
-    KoResult GetGenEnumEntries(const KoString&, KoStringList&) override { return KoResult::NOT_FOUND; }
-    KoResult GetGenEnumValue(const KoString&, KoString&) override { return KoResult::NOT_FOUND; }
-    KoResult SetGenEnumValue(const KoString&, const KoString&) override { return KoResult::NOT_FOUND; }
-    KoResult GetGenRegisterLength(const KoString&, std::int64_t&) override { return KoResult::NOT_FOUND; }
-    KoResult GetGenRegisterData(const KoString&, std::uint8_t*, std::int64_t) override { return KoResult::NOT_FOUND; }
-    KoResult SetGenRegisterData(const KoString&, const std::uint8_t*, std::int64_t) override
-    {
-        return KoResult::NOT_FOUND;
-    }
-    KoResult RegisterGenInvalidator(const KoString&) override { return KoResult::NOT_FOUND; }
-    KoResult UnregisterGenInvalidator(const KoString&) override { return KoResult::NOT_FOUND; }
-    KoResult WaitForIdle(std::uint32_t) override { return KoResult::OK; }
-
-    const KoString mId;
     KoSim::DeviceModel mModel;
     Bytes mArrived;
 
@@ -96,8 +61,6 @@ private:
         mSink->NotifyEvent(aEvent.mEventId, 0, 0, 0, aEvent.mPayload.data(),
                            static_cast<std::uint32_t>(aEvent.mPayload.size()));
     }
-
-    IKoDeviceEventSink* mSink = nullptr;
 };
 
 /// Bytes to send, and the lengths of the writes that send them: 1 to 5000 bytes each.

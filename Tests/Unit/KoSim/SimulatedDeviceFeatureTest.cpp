@@ -1,0 +1,145 @@
+#include <KoSim/SimulatedDevice.h>
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <string>
+#include <vector>
+
+using namespace KoSim;
+using namespace std::chrono_literals;
+
+namespace
+{
+
+std::string GetEnum(SimulatedDevice& aDevice, const char* aName)
+{
+    KoString value;
+    EXPECT_TRUE(aDevice.GetGenEnumValue(aName, value).IsOK());
+    return value.GetAscii();
+}
+
+std::vector<std::string> GetEntries(SimulatedDevice& aDevice, const char* aName)
+{
+    KoStringList list;
+    EXPECT_TRUE(aDevice.GetGenEnumEntries(aName, list).IsOK());
+    std::vector<std::string> entries;
+    for (const KoString* entry = list.GetFirst(); entry != nullptr; entry = list.GetNext())
+    {
+        entries.emplace_back(entry->GetAscii());
+    }
+    return entries;
+}
+
+/// Keeps the names of the features that it is told of.
+class InvalidationSink : public IKoDeviceEventSink
+{
+public:
+    void NotifyEvent(std::uint16_t, std::uint16_t, std::uint64_t, std::uint64_t, const void*, std::uint32_t) override {}
+    void NotifyInvalidatedGenParameter(const KoString& aName) override { mNames.emplace_back(aName.GetAscii()); }
+
+    std::vector<std::string> mNames;
+};
+
+} // namespace
+
+class SimulatedDeviceFeatureTest : public ::testing::Test
+{
+protected:
+    SimulatedDevice mDevice;
+};
+
+TEST_F(SimulatedDeviceFeatureTest, SwitchesTheBulkModeWithTheBulkSelector)
+{
+    EXPECT_TRUE(mDevice.SetGenEnumValue("BulkSelector", "Bulk5").IsOK());
+    EXPECT_TRUE(mDevice.SetGenEnumValue("BulkMode", "SPI").IsOK());
+    EXPECT_TRUE(mDevice.SetGenEnumValue("BulkSelector", "Bulk0").IsOK());
+    EXPECT_EQ(GetEnum(mDevice, "BulkMode"), "UART");
+    EXPECT_TRUE(mDevice.SetGenEnumValue("BulkSelector", "Bulk5").IsOK());
+    EXPECT_EQ(GetEnum(mDevice, "BulkMode"), "SPI");
+}
+
+TEST_F(SimulatedDeviceFeatureTest, KeepsANotificationForEachEvent)
+{
+    EXPECT_TRUE(mDevice.SetGenEnumValue("EventSelector", "Bulk2UpstreamData").IsOK());
+    EXPECT_TRUE(mDevice.SetGenEnumValue("EventNotification", "On").IsOK());
+    EXPECT_TRUE(mDevice.SetGenEnumValue("EventSelector", "Bulk3UpstreamData").IsOK());
+    EXPECT_EQ(GetEnum(mDevice, "EventNotification"), "Off");
+}
+
+TEST_F(SimulatedDeviceFeatureTest, ListsTheEntriesOfAnEnumeration)
+{
+    EXPECT_EQ(GetEntries(mDevice, "BulkMode"), (std::vector<std::string>{"UART", "USRT", "I2C", "SPI"}));
+    EXPECT_EQ(GetEntries(mDevice, "EventNotification"), (std::vector<std::string>{"Off", "On"}));
+}
+
+TEST_F(SimulatedDeviceFeatureTest, RefusesAnEntryThatIsNotOffered)
+{
+    EXPECT_EQ(mDevice.SetGenEnumValue("BulkMode", "CAN").GetCode(), KoResult::INVALID_PARAMETER);
+    mDevice.SetEnumEntryAvailable("BulkMode", "SPI", false);
+    EXPECT_FALSE(mDevice.IsGenEnumEntryAvailable("BulkMode", "SPI"));
+    EXPECT_EQ(mDevice.SetGenEnumValue("BulkMode", "SPI").GetCode(), KoResult::INVALID_PARAMETER);
+
+    mDevice.SetEnumEntryAvailable("BulkMode", "SPI", true);
+    EXPECT_TRUE(mDevice.SetGenEnumValue("BulkMode", "SPI").IsOK());
+}
+
+TEST_F(SimulatedDeviceFeatureTest, HonoursTheAccessModeOfAnEnumeration)
+{
+    mDevice.SetEnumAccess("BulkMode", true, false);
+    EXPECT_FALSE(mDevice.IsGenEnumWritable("BulkMode"));
+    EXPECT_EQ(mDevice.SetGenEnumValue("BulkMode", "SPI").GetCode(), KoResult::GENERIC_ERROR);
+
+    mDevice.SetEnumAccess("BulkMode", false, true);
+    EXPECT_FALSE(mDevice.IsGenEnumReadable("BulkMode"));
+    KoString value;
+    EXPECT_EQ(mDevice.GetGenEnumValue("BulkMode", value).GetCode(), KoResult::GENERIC_ERROR);
+}
+
+TEST_F(SimulatedDeviceFeatureTest, TakesNoMoreThanTheRegisterHolds)
+{
+    std::vector<std::uint8_t> block(2000);
+    EXPECT_EQ(mDevice.SetGenRegisterData("Bulk1DownstreamData", block.data(), 1025).GetCode(),
+              KoResult::INVALID_PARAMETER);
+    EXPECT_EQ(mDevice.SetGenRegisterData("Bulk1DownstreamData", block.data(), -1).GetCode(),
+              KoResult::INVALID_PARAMETER);
+    EXPECT_EQ(mDevice.GetGenRegisterData("EventBulk1UpstreamDataBuffer", block.data(), 513).GetCode(),
+              KoResult::INVALID_PARAMETER);
+}
+
+TEST_F(SimulatedDeviceFeatureTest, ReadsUpstreamAndWritesDownstreamOnly)
+{
+    std::vector<std::uint8_t> block(8);
+    EXPECT_EQ(mDevice.GetGenRegisterData("Bulk1DownstreamData", block.data(), 8).GetCode(), KoResult::GENERIC_ERROR);
+    EXPECT_EQ(mDevice.SetGenRegisterData("EventBulk1UpstreamDataBuffer", block.data(), 8).GetCode(),
+              KoResult::GENERIC_ERROR);
+}
+
+TEST_F(SimulatedDeviceFeatureTest, FailsAndAnswersFalseWhileItIsUnplugged)
+{
+    mDevice.Disconnect();
+    KoString value;
+    std::int64_t number = 0;
+    EXPECT_EQ(mDevice.GetGenEnumValue("BulkMode", value).GetCode(), KoResult::NOT_CONNECTED);
+    EXPECT_EQ(mDevice.GetGenIntegerValue("EventBulk0UpstreamDataLength", number).GetCode(), KoResult::NOT_CONNECTED);
+    EXPECT_FALSE(mDevice.IsGenEnumReadable("BulkMode"));
+    EXPECT_FALSE(mDevice.IsGenEnumEntryAvailable("BulkMode", "SPI"));
+    EXPECT_TRUE(mDevice.IsGenEnumPresent("BulkMode"));
+}
+
+TEST_F(SimulatedDeviceFeatureTest, TellsItsSinksOfWatchedFeaturesThatChange)
+{
+    InvalidationSink sink;
+    EXPECT_TRUE(mDevice.RegisterEventSink(&sink).IsOK());
+    EXPECT_TRUE(mDevice.RegisterGenInvalidator("BulkMode").IsOK());
+    EXPECT_TRUE(mDevice.SetGenEnumValue("BulkMode", "SPI").IsOK());
+    EXPECT_TRUE(mDevice.SetGenEnumValue("EventSelector", "Bulk2UpstreamData").IsOK());
+    EXPECT_TRUE(mDevice.WaitUntilQuiet(10s));
+    EXPECT_TRUE(mDevice.UnregisterGenInvalidator("BulkMode").IsOK());
+    EXPECT_TRUE(mDevice.SetGenEnumValue("BulkMode", "UART").IsOK());
+    EXPECT_TRUE(mDevice.WaitUntilQuiet(10s));
+    EXPECT_TRUE(mDevice.UnregisterEventSink(&sink).IsOK());
+
+    EXPECT_EQ(sink.mNames, std::vector<std::string>{"BulkMode"});
+    EXPECT_EQ(mDevice.UnregisterGenInvalidator("BulkMode").GetCode(), KoResult::NOT_FOUND);
+}
