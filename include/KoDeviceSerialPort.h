@@ -25,7 +25,7 @@ class DeviceSerialPort;
 /// except that the ports of one device are opened and closed one after the other: they share the interrupt enable
 /// register of the device, which is read, changed and written back.
 ///
-/// No operation throws, except for SetRxBufferSize() when memory runs out.
+/// No operation throws, except for std::bad_alloc when memory runs out.
 class KO_SERIAL_API KoDeviceSerialPort
 {
 public:
@@ -47,12 +47,14 @@ public:
     /// @param aDevice the device; not owned, kept until Close(), must not be NULL and must outlive the open port
     /// @param aPort the port
     /// @return
-    /// - OK: the port is open; received bytes are collected from now on and the statistics are 0
+    /// - OK: the port is open; received bytes are collected from now on, in a ring of 16384 bytes, and the statistics
+    /// are 0
     /// - INVALID_PARAMETER: aPort is KoDeviceSerialInvalid; the object stays as it was
     /// - NOT_SUPPORTED: aPort is unknown (the object stays as it was), or the device does not offer it
     /// - NOT_CONNECTED: the device is not connected
     /// - GENERIC_ERROR: another object of this process holds the port ("The specified port is already in use."), or an
-    ///   access to the device failed; in the latter case IsOpened() may be true, and Close() cleans up
+    ///   access to the device failed; on bulk port 0 a failed access may give the code of the device instead. After a
+    ///   failed access IsOpened() may be true: then Close() cleans up
     KoResult Open(IKoDeviceAdapter* aDevice, KoDeviceSerial aPort);
 
     /// Closes the port and forgets received bytes that were not read. The ring size and the statistics stay.
@@ -60,22 +62,27 @@ public:
     ///         open and held
     KoResult Close();
 
-    /// True between a successful Open() and Close().
+    /// True between a successful Open() and a successful Close(), and after an Open() that Close() has to clean up.
     bool IsOpened();
 
-    /// Sends bytes. Blocks until the device has confirmed them: up to 1020 ms for each byte on a UART.
+    /// Sends bytes. Blocks until the device has them: on a UART until each is confirmed, up to 1020 ms for a byte; on a
+    /// bulk port until the last chunk or frame is handed over and, as far as its time-out allows, sent.
     /// @param aData the bytes, not kept; may be NULL when aSize is 0
     /// @param aSize number of bytes
-    /// @param[out] aBytesWritten number of bytes handed to the device, also after a failure
-    /// @return OK: all bytes went out; NOT_CONNECTED: not open, or the device is not connected; GENERIC_ERROR: the
-    /// device
-    ///         refused a byte or did not confirm it in time
+    /// @param[out] aBytesWritten number of bytes handed to the device, also after a failure; unchanged on NOT_CONNECTED
+    /// @return
+    /// - OK: all bytes went out
+    /// - NOT_CONNECTED: the port is not open, or the device is not connected
+    /// - GENERIC_ERROR: the device refused a byte or did not confirm it in time (UART)
+    /// - TIMEOUT: the device did not make room in time (bulk port 0)
+    /// - BUFFER_TOO_SMALL: the device has no room for any frame (bulk ports)
+    /// - another code: what the device answered (bulk ports)
     KoResult Write(const std::uint8_t* aData, std::uint32_t aSize, std::uint32_t& aBytesWritten);
 
     /// Tells how far the current or last write has come. May be called while another thread writes.
     /// @param[out] aWritten bytes sent; unchanged on failure
     /// @param[out] aTotal bytes to send; unchanged on failure
-    /// @return OK; STATE_ERROR when nothing was written since the port was opened
+    /// @return OK; STATE_ERROR when nothing was written since the port was opened, or the last write was of 0 bytes
     KoResult GetWriteProgress(std::uint32_t& aWritten, std::uint32_t& aTotal);
 
     /// Takes out received bytes. Returns as soon as there is at least one; it does not wait to fill the buffer.
@@ -92,11 +99,12 @@ public:
     /// Tells how many received bytes wait to be read. @return OK
     KoResult GetRxBytesReady(std::uint32_t& aBytes);
 
-    /// Tells the size of the receive ring in bytes; it holds one byte less. 16384 after construction. @return OK
+    /// Tells the size of the receive ring in bytes; it holds one byte less. 16384 after construction and after Open().
+    /// @return OK
     KoResult GetRxBufferSize(std::uint32_t& aSize);
 
-    /// Changes the size of the receive ring and forgets the received bytes that were not read. When the ring is full, a
-    /// new byte pushes out the oldest.
+    /// Changes the size of the receive ring and forgets the received bytes that were not read; to be called after
+    /// Open(), which makes a new ring. When the ring is full, a new byte pushes out the oldest.
     /// @param aSize new size in bytes
     /// @return OK; INVALID_PARAMETER: aSize is 0, the ring stays as it is
     KoResult SetRxBufferSize(std::uint32_t aSize);

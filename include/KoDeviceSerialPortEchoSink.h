@@ -19,7 +19,7 @@ public:
     KoDeviceSerialPortEchoSink() = default;
     virtual ~KoDeviceSerialPortEchoSink();
 
-    /// Reports bytes that a successful write has sent; none after a write of 0 bytes.
+    /// Reports bytes that a successful write has sent; a write of 0 bytes is reported with length 0.
     /// @param aPortName identity text of the device
     /// @param aPort port on that device
     /// @param aData the bytes, valid during the call; may be NULL when aLength is 0
@@ -28,8 +28,8 @@ public:
     virtual void OnTransmitted(const KoString& aPortName, KoDeviceSerial aPort, const std::uint8_t* aData,
                                std::uint32_t aLength, std::uint64_t aTimestamp);
 
-    /// Reports bytes that a read has handed to the application; none when its wait ran out. A read with time-out 0 that
-    /// finds nothing is not reported. Parameters as for OnTransmitted().
+    /// Reports bytes that a read has handed to the application; a read whose wait ran out is reported with length 0,
+    /// one with time-out 0 that finds nothing is not reported. Parameters as for OnTransmitted().
     virtual void OnRead(const KoString& aPortName, KoDeviceSerial aPort, const std::uint8_t* aData,
                         std::uint32_t aLength, std::uint64_t aTimestamp);
 

@@ -204,7 +204,7 @@ KoResult BulkIPEngine::SendChunks(const std::uint8_t* aData, std::uint32_t aSize
         const std::uint32_t chunk = std::min(limit, aSize - aBytesWritten);
         mTxFifoPartialEvent.Reset();
         mTxFifoEmptyEvent.Reset();
-        KO_TRACE(*mLogger, "Transmitting %d byte chunk (%d bytes already sent)", chunk, aBytesWritten);
+        KO_TRACE_IN("Write", *mLogger, "Transmitting %d byte chunk (%d bytes already sent)", chunk, aBytesWritten);
         const KoResult transmitted = Transmit(aData + aBytesWritten, chunk);
         if (!transmitted.IsOK())
         {

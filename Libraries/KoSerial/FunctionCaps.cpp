@@ -1,20 +1,12 @@
 #include "FunctionCaps.h"
 
 #include <KuUtilsLib/LockScope.h>
-#include <KuUtilsLib/Mutex.h>
-
-#include <set>
-#include <string>
 
 namespace KoSerialLib
-{
-namespace
 {
 
 std::set<std::string> sFunctionCapsNSSet;
 KuUtilsLib::Mutex sFunctionCapsNSSetMutex(nullptr, nullptr);
-
-} // namespace
 
 bool IsFunctionCapsNS(const char* aDeviceId)
 {

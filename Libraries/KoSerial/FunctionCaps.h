@@ -1,9 +1,19 @@
 #pragma once
 
+#include <KuUtilsLib/Mutex.h>
+
+#include <set>
+#include <string>
+
 namespace KoSerialLib
 {
 
-/// True when the function capabilities register of that device is known to be unreadable ("not supported").
+/// Identities of the devices whose function capabilities register is known to be unreadable ("not supported"), and
+/// their guard.
+extern std::set<std::string> sFunctionCapsNSSet;
+extern KuUtilsLib::Mutex sFunctionCapsNSSetMutex;
+
+/// True when that device is among them.
 /// Any thread may ask. aDeviceId must not be NULL; the empty text is an identity like any other.
 bool IsFunctionCapsNS(const char* aDeviceId);
 

@@ -45,16 +45,17 @@ constexpr std::uint32_t RoundUpToWord(std::uint32_t aLength)
     return (aLength + 3) & ~3U;
 }
 
-bool CheckAdapter(IKoDeviceAdapter* aDevice, KuUtilsLib::Logger& aLogger)
+/// How both support tests begin; aFunction is the one that asks.
+bool CheckAdapter(const char* aFunction, IKoDeviceAdapter* aDevice, KuUtilsLib::Logger& aLogger)
 {
     if (aDevice == nullptr)
     {
-        KO_LOG(aLogger, LOG_ERROR, "Device pointer is NULL.");
+        KO_LOG_IN(aFunction, aLogger, LOG_ERROR, "Device pointer is NULL.");
         return false;
     }
     if (!aDevice->IsConnected())
     {
-        KO_LOG(aLogger, LOG_ERROR, "The device is not currently connected.");
+        KO_LOG_IN(aFunction, aLogger, LOG_ERROR, "The device is not currently connected.");
         return false;
     }
     return true;
@@ -73,7 +74,7 @@ IRegisterSerialPort::~IRegisterSerialPort()
 bool IRegisterSerialPort::IsSupported(IKoDeviceAdapter* aDevice, KoDeviceSerial aPort)
 {
     KuUtilsLib::Logger logger(KO_LOG_CATEGORY, nullptr);
-    if (!CheckAdapter(aDevice, logger))
+    if (!CheckAdapter(__func__, aDevice, logger))
     {
         return false;
     }
@@ -92,7 +93,7 @@ bool IRegisterSerialPort::IsProtocolSupported(IKoDeviceAdapter* aDevice, KoDevic
                                               const KoString& aProtocol)
 {
     KuUtilsLib::Logger logger(KO_LOG_CATEGORY, nullptr);
-    return CheckAdapter(aDevice, logger) && IsSupported(aDevice, aPort) &&
+    return CheckAdapter(__func__, aDevice, logger) && IsSupported(aDevice, aPort) &&
            aDevice->IsGenEnumEntryAvailable(KoString("BulkMode"), aProtocol);
 }
 
@@ -230,7 +231,9 @@ void IRegisterSerialPort::NotifyInvalidatedGenParameter(const KoString& aParamet
     mDevice->GetGenRegisterLength(mUpstreamDataBuffer, length);
     std::int64_t count = 0;
     mDevice->GetGenIntegerValue(mUpstreamDataLength, count);
-    if (count < 1 || count > length || length > std::numeric_limits<std::uint32_t>::max())
+    // The buffer is as long as the register, and no register is that long.
+    const bool isTooLong = length > std::numeric_limits<std::uint32_t>::max();
+    if (count < 1 || count > length || isTooLong)
     {
         return;
     }
@@ -256,7 +259,7 @@ KoResult IRegisterSerialPort::Write(const std::uint8_t* aData, std::uint32_t aSi
 KoResult IRegisterSerialPort::WriteAndRead(const std::uint8_t* aData, std::uint32_t aSize, std::uint32_t& aBytesWritten,
                                            std::uint32_t aReadLength, bool aSimultaneous, bool aSPIControl)
 {
-    const KoResult connected = CheckConnected("Write");
+    const KoResult connected = CheckConnected(__func__);
     if (!connected.IsOK())
     {
         return connected;
@@ -298,15 +301,15 @@ KoResult IRegisterSerialPort::PrepareFrame(std::uint32_t& aPayload)
     const KoResult got = mDevice->GetGenRegisterLength(mDownstreamData, registerLength);
     if (!got.IsOK())
     {
-        KO_LOG(*mLogger, LOG_ERROR, "IRegisterSerialPort::Write Downstream get register failed");
+        KO_LOG_IN("WriteAndRead", *mLogger, LOG_ERROR, "IRegisterSerialPort::Write Downstream get register failed");
         return got;
     }
     const std::uint32_t header = mSPIMode ? SPI_HEADER_SIZE : BULK_HEADER_SIZE;
     if (header >= registerLength)
     {
-        KO_LOG(*mLogger, LOG_ERROR,
-               "IRegisterSerialPort::Write length allowed %d is less than or equal to %d header bytes!",
-               static_cast<std::int32_t>(registerLength), header);
+        KO_LOG_IN("WriteAndRead", *mLogger, LOG_ERROR,
+                  "IRegisterSerialPort::Write length allowed %d is less than or equal to %d header bytes!",
+                  static_cast<std::int32_t>(registerLength), header);
         return KoResult(KoResult::BUFFER_TOO_SMALL);
     }
     const auto frameSize = static_cast<std::uint32_t>(std::min(registerLength, LARGEST_FRAME));

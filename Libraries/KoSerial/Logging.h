@@ -1,6 +1,7 @@
 #pragma once
 
 #include <KoResult.h>
+#include <KoString.h>
 #include <KuUtilsLib/Logger.h>
 #include <KuUtilsLib/Result.h>
 
@@ -8,15 +9,22 @@
 #define KO_LOG_CATEGORY "KoSerialLib"
 
 /// Records a printf-style entry together with the place of the call. aLogger is a reference.
-#define KO_LOG(aLogger, aLevel, ...) (aLogger).Log(KuUtilsLib::aLevel, __FILE__, __LINE__, __func__, __VA_ARGS__)
+#define KO_LOG(aLogger, aLevel, ...) KO_LOG_IN(__func__, aLogger, aLevel, __VA_ARGS__)
+
+/// As KO_LOG, for a helper that works on behalf of the operation named aFunction.
+#define KO_LOG_IN(aFunction, aLogger, aLevel, ...)                                                                     \
+    (aLogger).Log(KuUtilsLib::aLevel, __FILE__, __LINE__, aFunction, __VA_ARGS__)
 
 /// As KO_LOG at LOG_DEBUG; formats nothing and evaluates no argument when tracing is off.
-#define KO_TRACE(aLogger, ...)                                                                                         \
+#define KO_TRACE(aLogger, ...) KO_TRACE_IN(__func__, aLogger, __VA_ARGS__)
+
+/// As KO_TRACE, for a helper that works on behalf of the operation named aFunction.
+#define KO_TRACE_IN(aFunction, aLogger, ...)                                                                           \
     do                                                                                                                 \
     {                                                                                                                  \
         if ((aLogger).IsPriorityEnabled(KuUtilsLib::LOG_DEBUG))                                                        \
         {                                                                                                              \
-            KO_LOG(aLogger, LOG_DEBUG, __VA_ARGS__);                                                                   \
+            KO_LOG_IN(aFunction, aLogger, LOG_DEBUG, __VA_ARGS__);                                                     \
         }                                                                                                              \
     } while (false)
 
@@ -31,7 +39,7 @@ namespace KoSerialLib
 {
 
 /// The same code, with the text, if there is one, as the description.
-inline KoResult ToKoResult(const KuUtilsLib::Result& aResult)
+inline KoResult ToKoResult(KuUtilsLib::Result aResult)
 {
     const char* const description = aResult.GetDescription();
     return description == nullptr ? KoResult(aResult.GetCode()) : KoResult(aResult.GetCode(), KoString(description));

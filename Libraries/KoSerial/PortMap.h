@@ -38,7 +38,7 @@ public:
     /// The logger of the map, created by the first call. The map keeps ownership.
     KuUtilsLib::Logger* GetLogger();
 
-private:
+protected:
     KuUtilsLib::Logger* mLogger = nullptr;
     KuUtilsLib::Mutex mMutex;
 };

@@ -121,6 +121,7 @@ KoResult SerialPort::SetRxBufferSize(std::uint32_t aSize)
     // The new size is visible at once; the ring itself changes under the lock.
     mRxBufferSize.store(aSize, std::memory_order_relaxed);
     const KuUtilsLib::LockScope lock(&mMutex);
+    // The new ring comes first, so that the old one stays when there is no memory for it.
     mRxBuffer.reset(new std::uint8_t[aSize]);
     mRxRingLength = aSize;
     mRxHead = 0;

@@ -83,6 +83,10 @@ protected:
     /// Shows a finished write to the echo sinks and counts it.
     void FinishWrite(const std::uint8_t* aData, std::uint32_t aLength);
 
+    /// The echo sinks in the order of registration, guarded by the mutex, which is held while they are called.
+    static std::list<KoDeviceSerialPortEchoSink*> sEchoSinkList;
+    static KuUtilsLib::Mutex sEchoSinkListMutex;
+
     IKoDeviceAdapter* mDevice = nullptr;
     KoDeviceSerial mPort = KoDeviceSerialInvalid;
     KoString mPortName;
@@ -110,9 +114,6 @@ private:
 
     template <typename Notification>
     static void NotifyEchoSinks(Notification aNotify);
-
-    static std::list<KoDeviceSerialPortEchoSink*> sEchoSinkList;
-    static KuUtilsLib::Mutex sEchoSinkListMutex;
 
     /// Length of mRxBuffer, guarded by mMutex. mRxBufferSize may be ahead of it while the ring changes its size.
     std::uint32_t mRxRingLength = 0;

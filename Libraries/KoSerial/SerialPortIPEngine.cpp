@@ -108,7 +108,7 @@ KoResult SerialPortIPEngine::WriteByte(std::uint32_t aIndex, std::uint8_t aByte,
 {
     // Reset before the byte goes out, so that only its own confirmation can end the wait.
     mTxEvent.Reset();
-    KO_TRACE(*mLogger, "Writing byte %d with value 0x%02X", aIndex, aByte);
+    KO_TRACE_IN("Write", *mLogger, "Writing byte %d with value 0x%02X", aIndex, aByte);
     if (!mDevice->WriteRegister(GetPortAddress(), aByte).IsOK())
     {
         WaitForTxReadyPoll();
@@ -176,10 +176,11 @@ void SerialPortIPEngine::ReceiveWords(const std::uint8_t* aWords, std::uint32_t 
         PushBatchToRxBuffer(aWords, aCount, WORD_SIZE);
         return;
     }
+    // Each byte is traced before the ring traces what it did with it.
     for (std::uint32_t i = 0; i < aCount; ++i)
     {
         const std::uint8_t byte = aWords[std::size_t{i} * WORD_SIZE];
-        KO_LOG(*mLogger, LOG_DEBUG, "Received byte [0x%02X]", byte);
+        KO_LOG_IN("NotifyEvent", *mLogger, LOG_DEBUG, "Received byte [0x%02X]", byte);
         PushToRxBuffer(byte, false);
     }
 }

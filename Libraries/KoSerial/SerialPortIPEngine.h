@@ -37,13 +37,14 @@ public:
     /// After a failed write: picks up a byte that arrived without its event and lets the transmitter finish.
     void WaitForTxReadyPoll();
 
-private:
-    KoResult WriteByte(std::uint32_t aIndex, std::uint8_t aByte, std::uint32_t& aBytesWritten);
-    void ReceiveWords(const std::uint8_t* aWords, std::uint32_t aCount);
-
+protected:
     KuUtilsLib::Event mTxEvent;
     bool mSavedTxIntEnabled = false;
     bool mSavedRxIntEnabled = false;
+
+private:
+    KoResult WriteByte(std::uint32_t aIndex, std::uint8_t aByte, std::uint32_t& aBytesWritten);
+    void ReceiveWords(const std::uint8_t* aWords, std::uint32_t aCount);
 };
 
 } // namespace KoSerialLib

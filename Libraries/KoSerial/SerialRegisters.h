@@ -47,8 +47,8 @@ constexpr std::uint32_t WithBits(std::uint32_t aValue, std::uint32_t aMask, bool
     return aSet ? aValue | aMask : aValue & ~aMask;
 }
 
-/// Reads the function capabilities of a device that is connected through one of the maker's video interfaces; how the
-/// support tests of the register engines begin.
+/// How IsSupported() of the register engines begins: reads the function capabilities of a device that is connected
+/// through one of the maker's video interfaces.
 /// @param aDevice the device; NULL is refused
 /// @param aLogger gets the reason for a refusal
 /// @param[out] aCaps value of DEV_REG_FUNCTION_CAPS

@@ -14,7 +14,9 @@
 /// - Events reach a sink in the order in which the device sent them, one call at a time, on a thread of the device
 ///   layer and never from inside a call that the library makes.
 /// - After UnregisterEventSink() has returned, no call to that sink runs or will come.
-/// - The boolean queries answer false for a feature that the device does not have; they never fail.
+/// - The boolean queries answer false for a feature that the device does not have, and for the empty name; they never
+/// fail.
+/// - Undoing a registration that was never made, or that failed, does no harm.
 /// - A failed read leaves its output as it was; a failed GetDeviceId() leaves the text empty.
 /// - No operation throws.
 ///
@@ -32,7 +34,7 @@ public:
     /// True when the device has an enumeration feature of that name.
     virtual bool IsGenEnumPresent(const KoString& aName) = 0;
 
-    /// True when the device has a register feature (a raw block of bytes) of that name; false for the empty name.
+    /// True when the device has a register feature (a raw block of bytes) of that name.
     virtual bool IsGenRegisterPresent(const KoString& aName) = 0;
 
     /// True when the enumeration can be read now.

@@ -230,11 +230,11 @@ TEST_F(IRegisterSerialPortSpiTest, ADeviceThatDoesNotBecomeIdleIsNoFailure)
 TEST_F(IRegisterSerialPortSpiTest, ATransferFailsWithoutADeviceAndOnADisconnectedOne)
 {
     mDevice.mConnected = false;
-    ExpectFailure(Transfer({}, 1), KoResult::NOT_CONNECTED, "Write", "The device is not currently connected.");
+    ExpectFailure(Transfer({}, 1), KoResult::NOT_CONNECTED, "WriteAndRead", "The device is not currently connected.");
     EXPECT_EQ(mWritten, 99U);
     mDevice.mConnected = true;
     mPort.Close();
-    ExpectFailure(Transfer({}, 1), KoResult::NOT_CONNECTED, "Write", "Device pointer is NULL.");
+    ExpectFailure(Transfer({}, 1), KoResult::NOT_CONNECTED, "WriteAndRead", "Device pointer is NULL.");
     EXPECT_EQ(mWritten, 99U);
 }
 

@@ -25,11 +25,12 @@ TEST_F(IRegisterSerialPortWriteTest, WriteFailsWithoutADeviceAndTouchesNothing)
 {
     mPort.Close();
     Forget();
-    ExpectFailure(Write({1}), KoResult::NOT_CONNECTED, "Write", "Device pointer is NULL.");
+    ExpectFailure(Write({1}), KoResult::NOT_CONNECTED, "WriteAndRead", "Device pointer is NULL.");
     EXPECT_EQ(TakeStory(), Texts{"[3 23] Device pointer is NULL."});
     EXPECT_EQ(mWritten, 99U);
     TestFeaturePort never(false);
-    ExpectFailure(never.Write(nullptr, 0, mWritten), KoResult::NOT_CONNECTED, "Write", "Device pointer is NULL.");
+    ExpectFailure(never.Write(nullptr, 0, mWritten), KoResult::NOT_CONNECTED, "WriteAndRead",
+                  "Device pointer is NULL.");
     EXPECT_EQ(mWritten, 99U);
 }
 
@@ -38,7 +39,7 @@ TEST_F(IRegisterSerialPortWriteTest, WriteFailsOnADisconnectedDeviceAndTouchesNo
     EXPECT_TRUE(Write({1, 2}).IsOK());
     mDevice.mConnected = false;
     Forget();
-    ExpectFailure(Write({1}), KoResult::NOT_CONNECTED, "Write", "The device is not currently connected.");
+    ExpectFailure(Write({1}), KoResult::NOT_CONNECTED, "WriteAndRead", "The device is not currently connected.");
     EXPECT_EQ(TakeStory(), (Texts{"IsConnected", "[3 23] The device is not currently connected."}));
     EXPECT_EQ(mWritten, 99U);
     ExpectProgress(2, 2);

@@ -218,7 +218,8 @@ TEST_F(KoDeviceSerialPortFeatureTest, AFailedOpenLeavesAClosedFeatureEngineInPla
     EXPECT_FALSE(mPublic.IsOpened());
     EXPECT_EQ(GetRingSize(), 16384U);
     ExpectFailure(mPublic.Close(), KoResult::NOT_CONNECTED, "Close", "Device pointer is NULL.");
-    ExpectFailure(mPublic.Write(mBuffer, 1, mCount), KoResult::NOT_CONNECTED, "Write", "Device pointer is NULL.");
+    ExpectFailure(mPublic.Write(mBuffer, 1, mCount), KoResult::NOT_CONNECTED, "WriteAndRead",
+                  "Device pointer is NULL.");
     OpenPublic(KoDeviceSerialBulk1);
 }
 
