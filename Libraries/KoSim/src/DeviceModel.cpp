@@ -196,7 +196,7 @@ void DeviceModel::Receive(Port aPort, const std::uint8_t* aData, std::size_t aLe
     GetPort(aPort).Receive(aData, aLength, aNow);
 }
 
-std::size_t DeviceModel::GetRoom(Port aPort) const
+std::size_t DeviceModel::GetRoom(Port aPort)
 {
     return GetPort(aPort).GetRoom();
 }
@@ -233,7 +233,7 @@ LineStatistics DeviceModel::GetLineStatistics(Port aPort) const
 {
     if (aPort < Port::Bulk0)
     {
-        return GetPort(aPort).mStatistics;
+        return mUarts.at(GetIndex(aPort)).mStatistics;
     }
     const LineStatistics& inFeatures = mBulks.at(GetIndex(aPort) - GetIndex(Port::Bulk0))->mStatistics;
     return aPort == Port::Bulk0 ? mBulk0.mStatistics + inFeatures : inFeatures;
@@ -270,11 +270,6 @@ PortModel& DeviceModel::GetPort(Port aPort)
         return mBulk0;
     }
     return inFeatures;
-}
-
-const PortModel& DeviceModel::GetPort(Port aPort) const
-{
-    return const_cast<DeviceModel&>(*this).GetPort(aPort);
 }
 
 template <typename Action>
@@ -377,7 +372,7 @@ std::uint32_t DeviceModel::GetFunctionCaps() const
 void DeviceModel::SetInterruptEnable(std::uint32_t aValue)
 {
     mInterruptEnable = aValue;
-    for (std::size_t i = 0; i < mUarts.size(); ++i)
+    for (std::size_t i = 0; i < mUartCount; ++i)
     {
         const std::uint32_t bits = aValue >> (i * UART_INTERRUPT_BITS);
         mUarts[i].EnableInterrupts((bits & INTERRUPT_UART_TX) != 0, (bits & INTERRUPT_UART_RX) != 0);

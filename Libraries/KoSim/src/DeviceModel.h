@@ -68,7 +68,7 @@ public:
     void Receive(Port aPort, const std::uint8_t* aData, std::size_t aLength, Time aNow);
 
     /// Number of bytes that Receive() can take without loss.
-    std::size_t GetRoom(Port aPort) const;
+    std::size_t GetRoom(Port aPort);
 
     /// Makes the device stop working, or go on: while it is frozen, Advance() does nothing.
     void SetFrozen(bool aFrozen) { mFrozen = aFrozen; }
@@ -94,7 +94,6 @@ public:
 
 private:
     PortModel& GetPort(Port aPort);
-    const PortModel& GetPort(Port aPort) const;
     template <typename Action>
     void ForEachPort(Action aAction);
     void AddFeatures(const DeviceProfile& aProfile);

@@ -162,14 +162,23 @@ void PtyTerminal::MoveToLine(ILine& aLine)
 
 void PtyTerminal::MoveToTerminal()
 {
-    const std::lock_guard<std::mutex> lock(mMutex);
     const std::size_t inTerminal = std::min(GetTerminalSize(), TERMINAL_CAPACITY);
-    const std::size_t size = std::min(mOutgoing.size(), TERMINAL_CAPACITY - inTerminal);
-    const ssize_t count = ::write(mMaster.Get(), mOutgoing.data(), size);
+    const std::vector<std::uint8_t> bytes = PeekOutgoing(TERMINAL_CAPACITY - inTerminal);
+    const ssize_t count = ::write(mMaster.Get(), bytes.data(), bytes.size());
     if (count > 0)
     {
+        const std::lock_guard<std::mutex> lock(mMutex);
         mOutgoing.erase(mOutgoing.begin(), mOutgoing.begin() + count);
     }
+}
+
+/// The oldest bytes for the other program, copied: the lock is not held while the kernel is asked to do anything,
+/// because the thread of the device waits for it.
+std::vector<std::uint8_t> PtyTerminal::PeekOutgoing(std::size_t aLimit)
+{
+    const std::lock_guard<std::mutex> lock(mMutex);
+    const auto size = static_cast<std::ptrdiff_t>(std::min(aLimit, mOutgoing.size()));
+    return {mOutgoing.begin(), mOutgoing.begin() + size};
 }
 
 std::size_t PtyTerminal::GetOutgoingSize()
@@ -215,8 +224,9 @@ void PtyTerminal::Drain()
             lastProgress = Clock::now();
         }
     } while (unread > 0 && Clock::now() - lastProgress < PATIENCE);
+    const std::size_t inTerminal = EmptyTerminal();
     const std::lock_guard<std::mutex> lock(mMutex);
-    mLostBytes += mOutgoing.size() + EmptyTerminal();
+    mLostBytes += mOutgoing.size() + inTerminal;
     mOutgoing.clear();
 }
 

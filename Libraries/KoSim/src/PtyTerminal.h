@@ -7,6 +7,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <deque>
 #include <mutex>
 #include <string>
 #include <thread>
@@ -47,6 +48,7 @@ private:
     void WaitForTraffic(ILine& aLine);
     void MoveToLine(ILine& aLine);
     void MoveToTerminal();
+    std::vector<std::uint8_t> PeekOutgoing(std::size_t aLimit);
     std::size_t GetOutgoingSize();
     std::size_t GetTerminalSize() const;
     std::size_t EmptyTerminal();
@@ -58,7 +60,7 @@ private:
     const FileDescriptor mWake;
     const SymbolicLink mLink;
     std::mutex mMutex; ///< guards what follows
-    std::vector<std::uint8_t> mOutgoing;
+    std::deque<std::uint8_t> mOutgoing;
     std::uint64_t mLostBytes = 0;
     bool mStopping = false;
     std::thread mThread;
