@@ -1,0 +1,79 @@
+#pragma once
+
+#include <KoDeviceSerial.h>
+#include <KoResult.h>
+#include <KoSerialExport.h>
+
+#include <cstdint>
+#include <memory>
+
+class IKoDeviceAdapter;
+
+namespace KoSerialLib
+{
+class DeviceSPIBus;
+}
+
+/// An SPI bus master on a bulk port of a device whose bulk mode offers "SPI".
+///
+/// A transfer is BurstWriteAndRead(); the bytes that it clocks in are collected with BurstRead(). An object is unopened
+/// until Open(), and may be opened again after Close().
+///
+/// @par Threads
+/// One thread at a time uses an object.
+class KO_SERIAL_API KoDeviceSPIBus
+{
+public:
+    /// Creates an unopened bus.
+    KoDeviceSPIBus();
+
+    /// Closes the bus if it is open. The device must still exist and be connected then.
+    ~KoDeviceSPIBus();
+
+    KoDeviceSPIBus(const KoDeviceSPIBus&) = delete;
+    KoDeviceSPIBus& operator=(const KoDeviceSPIBus&) = delete;
+
+    /// Opens the bus on a bulk port. Close an open bus first: opening it again gives up its hold on the old port, which
+    /// then stays in use until the process ends.
+    /// @param aDevice the device; not owned; must outlive the open bus
+    /// @param aPort the bulk port
+    /// @return
+    /// - OK: the bus is open
+    /// - NOT_SUPPORTED: the device offers no SPI on that port
+    /// - NOT_CONNECTED: the device is not connected
+    /// - GENERIC_ERROR: the port is in use, or an access to the device failed
+    KoResult Open(IKoDeviceAdapter* aDevice, KoDeviceSerial aPort);
+
+    /// Closes the bus. @return OK; NOT_OPENED: Open was never called; NOT_CONNECTED: closed already, or the device is
+    /// not connected
+    KoResult Close();
+
+    /// True while the bus is open.
+    bool IsOpened();
+
+    /// True when the device is connected and offers SPI on that port. Any thread may ask.
+    static bool IsSupported(IKoDeviceAdapter* aDevice, KoDeviceSerial aPort);
+
+    /// Sends bytes and asks for bytes back.
+    /// @param aData the bytes to send; may be NULL when aWriteLength is 0
+    /// @param aWriteLength number of bytes to send, 0 to 255
+    /// @param aReadLength number of bytes to clock in, 0 to 255
+    /// @param aSimultaneous true clocks a byte in with each byte that goes out
+    /// @param aSPIControl passed on to the device
+    /// @return OK; NOT_OPENED: Open was never called; INVALID_PARAMETER: a length above 255; NOT_CONNECTED: the bus is
+    ///         closed, or the device is not connected; anything else is what the device answered
+    KoResult BurstWriteAndRead(std::uint8_t* aData, std::uint32_t aWriteLength, std::uint32_t aReadLength,
+                               bool aSimultaneous, bool aSPIControl);
+
+    /// Collects bytes that transfers have clocked in; returns as soon as there is at least one.
+    /// @param[out] aBuffer where the bytes go; room for one byte at least
+    /// @param aLength most bytes to take; there is no limit of 255 here
+    /// @param[out] aBytesRead number of bytes taken
+    /// @param aTimeoutMs how long to wait for the first byte, in milliseconds; 0 does not wait
+    /// @return OK; NOT_OPENED: Open was never called; TIMEOUT: nothing came in time
+    KoResult BurstRead(std::uint8_t* aBuffer, std::uint32_t aLength, std::uint32_t& aBytesRead,
+                       std::uint32_t aTimeoutMs);
+
+private:
+    std::unique_ptr<KoSerialLib::DeviceSPIBus> mImpl;
+};
