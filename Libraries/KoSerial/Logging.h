@@ -39,7 +39,7 @@ namespace KoSerialLib
 {
 
 /// The same code, with the text, if there is one, as the description.
-inline KoResult ToKoResult(KuUtilsLib::Result aResult)
+inline KoResult ToKoResult(KuUtilsLib::Result&& aResult)
 {
     const char* const description = aResult.GetDescription();
     return description == nullptr ? KoResult(aResult.GetCode()) : KoResult(aResult.GetCode(), KoString(description));
