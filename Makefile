@@ -28,7 +28,7 @@ test-asan: build-asan ## run all tests with the address and undefined behaviour 
 test-tsan: build-tsan ## run all tests with the thread sanitizer
 	@ctest --preset tsan --parallel $(TEST_JOBS)
 
-bench: build-release ## measure, and print the ratios to what else could be used
+bench: build-release ## measure, each figure beside what it can be compared with
 	@build/release/Benchmarks/KoSerialBenchmarks
 
 format: ## format the sources

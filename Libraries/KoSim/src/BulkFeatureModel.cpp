@@ -71,7 +71,7 @@ void BulkFeatureModel::ReadUpstream(std::uint8_t* aBuffer, std::size_t aLength)
     mStatistics.mReceivedBytes += count;
     mStatistics.mLostBytes += mUpstream.size() - count;
     mUpstream.clear();
-    mFeatures.mIntegers[mUpstreamLengthName] = 0;
+    mFeatures.SetInteger(mUpstreamLengthName, 0);
 }
 
 void BulkFeatureModel::EnableEvent(bool aEnabled)
@@ -137,7 +137,7 @@ void BulkFeatureModel::FillUpstream(Time aNow)
         mIncoming.Hold();
         return;
     }
-    const std::int64_t length = mFeatures.mBlocks[mUpstreamName].mLength;
+    const std::int64_t length = mFeatures.GetBlockLength(mUpstreamName);
     if (!mUpstream.empty() || length < 1)
     {
         return;
@@ -145,7 +145,7 @@ void BulkFeatureModel::FillUpstream(Time aNow)
     mUpstream = mIncoming.Take(static_cast<std::size_t>(length), aNow);
     if (!mUpstream.empty())
     {
-        mFeatures.mIntegers[mUpstreamLengthName] = static_cast<std::int64_t>(mUpstream.size());
+        mFeatures.SetInteger(mUpstreamLengthName, static_cast<std::int64_t>(mUpstream.size()));
         mFeatures.Invalidate(mUpstreamName);
     }
 }

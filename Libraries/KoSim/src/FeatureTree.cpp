@@ -59,6 +59,21 @@ void FeatureTree::SetEnumValue(const std::string& aName, const std::string& aEnt
     }
 }
 
+void FeatureTree::SetInteger(const std::string& aName, std::int64_t aValue)
+{
+    const auto found = mIntegers.find(aName);
+    if (found != mIntegers.end())
+    {
+        found->second = aValue;
+    }
+}
+
+std::int64_t FeatureTree::GetBlockLength(const std::string& aName) const
+{
+    const auto found = mBlocks.find(aName);
+    return found == mBlocks.end() ? 0 : found->second.mLength;
+}
+
 void FeatureTree::Remove(const std::string& aName)
 {
     mIntegers.erase(aName);

@@ -56,6 +56,12 @@ public:
     /// True when there is a feature of that name.
     bool Has(const std::string& aName) const;
 
+    /// Gives an integer a value; does nothing when there is no such integer.
+    void SetInteger(const std::string& aName, std::int64_t aValue);
+
+    /// Length of a block; 0 when there is no such block.
+    std::int64_t GetBlockLength(const std::string& aName) const;
+
     /// Takes a feature away.
     void Remove(const std::string& aName);
 

@@ -216,3 +216,15 @@ TEST_F(BulkFeatureModelTest, CountsWhatTheTransmitterCannotHold)
     }
     EXPECT_EQ(mBulk.mStatistics.mTxOverruns, 100000U - 65536U);
 }
+
+TEST_F(BulkFeatureModelTest, DoesNotBringBackAFeatureThatWasTakenAway)
+{
+    mFeatures.Remove(UPSTREAM);
+    mFeatures.Remove(UPSTREAM_LENGTH);
+    Receive("abc", 0ms);
+    std::uint8_t byte = 0;
+    mBulk.ReadUpstream(&byte, 1);
+
+    EXPECT_FALSE(mFeatures.Has(UPSTREAM));
+    EXPECT_FALSE(mFeatures.Has(UPSTREAM_LENGTH));
+}

@@ -143,3 +143,18 @@ TEST_F(SimulatedDeviceFeatureTest, TellsItsSinksOfWatchedFeaturesThatChange)
     EXPECT_EQ(sink.mNames, std::vector<std::string>{"BulkMode"});
     EXPECT_EQ(mDevice.UnregisterGenInvalidator("BulkMode").GetCode(), KoResult::NOT_FOUND);
 }
+
+TEST(SimulatedDeviceFeature, IsIdleWhenItsFramesAreOut)
+{
+    DeviceProfile profile;
+    profile.mTiming = LineTiming::Real;
+    profile.mBulkLine.mBaudRate = 100; // 100 ms for each byte
+    SimulatedDevice device(profile);
+    EXPECT_TRUE(device.WaitForIdle(0).IsOK());
+
+    const std::uint8_t frame[] = {0, 0, 0, 0, 0, 0, 0, 4, 'a', 'b', 'c', 'd'};
+    EXPECT_TRUE(device.SetGenRegisterData("Bulk1DownstreamData", frame, sizeof(frame)).IsOK());
+    EXPECT_EQ(device.WaitForIdle(1).GetCode(), KoResult::TIMEOUT);
+    EXPECT_TRUE(device.WaitForIdle(60000).IsOK());
+    EXPECT_EQ(device.GetLineStatistics(Port::Bulk1).mSentBytes, 4U);
+}

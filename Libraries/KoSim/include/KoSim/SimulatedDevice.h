@@ -17,8 +17,8 @@ namespace KoSim
 
 class DeviceRunner;
 
-/// A device without hardware, for demos and tests: registers, UARTs with the timing of their lines, interrupts and
-/// events, behind the adapter interface.
+/// A device without hardware, for demos and tests: UARTs and bulk ports with the timing of their lines, registers,
+/// features, interrupts and events, behind the adapter interface.
 ///
 /// The device works on a thread of its own: it delivers events to the sinks and bytes to the far ends of the lines
 /// there, one call at a time and in order. Every operation may be called from any thread, also from inside a sink or a
