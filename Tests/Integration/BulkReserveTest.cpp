@@ -37,9 +37,9 @@ public:
         *aValue = mModel.ReadRegister(aAddress);
         return Ok();
     }
-    KoResult BulkTransmit(const std::uint8_t* aData, std::uint32_t /*aCommand*/, std::uint32_t aLength) override
+    KoResult BulkTransmit(const std::uint8_t* aData, std::uint32_t aCommand, std::uint32_t aLength) override
     {
-        mModel.BulkTransmit(aData, aLength, NOW);
+        mModel.BulkTransmit(aData, aLength, aCommand, NOW);
         for (KoSim::OutputQueue& outputs = mModel.GetOutputs(); !outputs.empty(); outputs.pop_front())
         {
             std::visit([this](const auto& aOutput) { Deliver(aOutput); }, outputs.front());

@@ -1,6 +1,7 @@
 #include "BulkFeatureModel.h"
 
 #include <algorithm>
+#include <chrono>
 
 namespace KoSim
 {
@@ -14,6 +15,11 @@ constexpr std::size_t OUTGOING_CAPACITY = 65536;
 /// far end and back.
 constexpr std::size_t FLOW_LIMIT = 32768;
 
+/// With the acknowledge bit, a byte on an I2C bus has 9 bits.
+constexpr Time I2C_BYTE_TIME = Time(std::chrono::seconds(9)) / 100000;
+constexpr Time I2C_FAST_BYTE_TIME = Time(std::chrono::seconds(9)) / 400000;
+constexpr Time SPI_BYTE_TIME = Time(std::chrono::seconds(8)) / 8000000;
+
 std::string GetBulkName(Port aPort)
 {
     return "Bulk" + std::to_string(static_cast<std::size_t>(aPort) - static_cast<std::size_t>(Port::Bulk0));
@@ -23,9 +29,11 @@ std::string GetBulkName(Port aPort)
 
 BulkFeatureModel::BulkFeatureModel(Port aPort, const DeviceProfile& aProfile, FeatureTree& aFeatures,
                                    OutputQueue& aOutputs)
-    : PortModel(aPort, aOutputs),
+    : BulkModel(aPort, aOutputs),
       mBigEndian(aProfile.mGigEVision),
-      mByteTime(aProfile.mTiming == LineTiming::Real ? GetByteTime(aProfile.mBulkLine) : Time(0)),
+      mTiming(aProfile.mTiming),
+      mLineByteTime(GetByteTime(aProfile.mBulkLine)),
+      mByteTime(GetByteTimeTo(ToLine{})),
       mName(GetBulkName(aPort)),
       mDownstreamName(mName + "DownstreamData"),
       mUpstreamName("Event" + mName + "UpstreamDataBuffer"),
@@ -44,10 +52,9 @@ void BulkFeatureModel::AddFeatures(const BulkFeatures& aLengths)
 
 void BulkFeatureModel::WriteDownstream(const std::uint8_t* aData, std::size_t aLength, Time aNow)
 {
-    const bool isSpi =
-        mFeatures.FindEnumeration("BulkMode") != nullptr && mFeatures.GetEnumValue("BulkMode", mName) == "SPI";
+    const std::string mode = GetMode();
     const std::optional<DownstreamFrame> frame =
-        isSpi ? ParseSpiFrame(aData, aLength, mBigEndian) : ParseBulkFrame(aData, aLength, mBigEndian);
+        mode == "SPI" ? ParseSpiFrame(aData, aLength, mBigEndian) : ParseBulkFrame(aData, aLength, mBigEndian);
     if (!frame)
     {
         ++mStatistics.mMalformedFrames;
@@ -55,9 +62,13 @@ void BulkFeatureModel::WriteDownstream(const std::uint8_t* aData, std::size_t aL
     }
     const std::size_t taken = std::min(frame->mPayload.size(), OUTGOING_CAPACITY - mOutgoing.size());
     mStatistics.mTxOverruns += frame->mPayload.size() - taken;
+    const Destination destination = GetDestination(mode, *frame);
+    mByteTime = GetByteTimeTo(destination);
+    mIncoming.SetByteTime(mByteTime);
+    AddBlock(taken, destination, aNow);
     if (mOutgoing.empty())
     {
-        mByteDone = std::max(mByteDone, aNow) + mByteTime;
+        mByteDone = aNow + mByteTime;
     }
     mOutgoing.insert(mOutgoing.end(), frame->mPayload.begin(),
                      frame->mPayload.begin() + static_cast<std::ptrdiff_t>(taken));
@@ -108,6 +119,34 @@ std::optional<Time> BulkFeatureModel::GetDeadline() const
     return deadline;
 }
 
+std::string BulkFeatureModel::GetMode() const
+{
+    return mFeatures.FindEnumeration("BulkMode") == nullptr ? "UART" : mFeatures.GetEnumValue("BulkMode", mName);
+}
+
+BulkModel::Destination BulkFeatureModel::GetDestination(const std::string& aMode, const DownstreamFrame& aFrame)
+{
+    if (aMode == "SPI")
+    {
+        return ToSpiBus{aFrame.mReadCount, aFrame.mSimultaneous};
+    }
+    const std::optional<I2cOptions> i2c = GetI2cOptionsOfControl(aFrame.mControl);
+    return aMode == "I2C" && i2c ? Destination(ToI2cBus{*i2c}) : ToLine{};
+}
+
+Time BulkFeatureModel::GetByteTimeTo(const Destination& aDestination) const
+{
+    if (mTiming == LineTiming::Instant)
+    {
+        return Time(0);
+    }
+    if (const auto* const i2c = std::get_if<ToI2cBus>(&aDestination))
+    {
+        return i2c->mOptions.mFast ? I2C_FAST_BYTE_TIME : I2C_BYTE_TIME;
+    }
+    return std::holds_alternative<ToSpiBus>(aDestination) ? SPI_BYTE_TIME : mLineByteTime;
+}
+
 std::size_t BulkFeatureModel::GetFlowRoom() const
 {
     return FLOW_LIMIT - std::min(FLOW_LIMIT, mUndelivered + mIncoming.GetSize());
@@ -126,7 +165,7 @@ void BulkFeatureModel::SendDue(Time aNow)
         mByteDone += mByteTime * static_cast<Time::rep>(count);
     }
     const auto end = mOutgoing.begin() + static_cast<std::ptrdiff_t>(count);
-    ReportSent({mOutgoing.begin(), end});
+    SendOut({mOutgoing.begin(), end}, aNow);
     mOutgoing.erase(mOutgoing.begin(), end);
 }
 

@@ -1,8 +1,8 @@
 #pragma once
 
+#include "BulkModel.h"
 #include "DownstreamFrame.h"
 #include "FeatureTree.h"
-#include "PortModel.h"
 
 #include <KoSim/DeviceProfile.h>
 
@@ -20,7 +20,7 @@ namespace KoSim
 ///
 /// One block of received bytes lies upstream at a time. Its length reads 0 again when the host has read it; what has
 /// arrived meanwhile makes the next block. While the event of the port is off the far end waits.
-class BulkFeatureModel : public PortModel
+class BulkFeatureModel : public BulkModel
 {
 public:
     BulkFeatureModel(Port aPort, const DeviceProfile& aProfile, FeatureTree& aFeatures, OutputQueue& aOutputs);
@@ -31,7 +31,8 @@ public:
     const std::string& GetDownstreamName() const { return mDownstreamName; }
     const std::string& GetUpstreamName() const { return mUpstreamName; }
 
-    /// The host writes a frame; a malformed one is counted and dropped.
+    /// The host writes a frame; a malformed one is counted and dropped. In SPI mode a frame is a transfer, and in I2C
+    /// mode when its control word says so.
     void WriteDownstream(const std::uint8_t* aData, std::size_t aLength, Time aNow);
 
     /// The host reads the first aLength bytes of the upstream block, which ends it.
@@ -55,13 +56,18 @@ public:
     std::optional<Time> GetDeadline() const override;
 
 private:
+    static Destination GetDestination(const std::string& aMode, const DownstreamFrame& aFrame);
+    std::string GetMode() const;
+    Time GetByteTimeTo(const Destination& aDestination) const;
     std::size_t GetFlowRoom() const;
     void SendDue(Time aNow);
     void FillUpstream(Time aNow);
 
     const bool mBigEndian;
-    const Time mByteTime;
-    const std::string mName; ///< "Bulk0" to "Bulk7"
+    const LineTiming mTiming;
+    const Time mLineByteTime; ///< on the line, as long as the port is no bus
+    Time mByteTime;           ///< of what goes out now
+    const std::string mName;  ///< "Bulk0" to "Bulk7"
     const std::string mDownstreamName;
     const std::string mUpstreamName;
     const std::string mUpstreamLengthName;

@@ -2,8 +2,6 @@
 
 #include "Registers.h"
 
-#include <KoSim/BulkLine.h>
-
 #include <algorithm>
 #include <chrono>
 
@@ -17,13 +15,16 @@ constexpr std::size_t FIFO_SIZE = 256;
 /// The most received bytes that fit one event packet of the device.
 constexpr std::size_t BYTES_PER_EVENT = 512;
 
+/// A fast I2C bus is so many times as fast as the other one.
+constexpr Time::rep I2C_FAST_FACTOR = 4;
+
 /// On a fast line bytes reach the far end in groups, so that the thread behind this model is not woken for each.
 constexpr Time SHORTEST_STEP = std::chrono::microseconds(100);
 
 } // namespace
 
 BulkFifoModel::BulkFifoModel(LineTiming aTiming, std::uint32_t aConfig, std::uint16_t aEventId, OutputQueue& aOutputs)
-    : PortModel(Port::Bulk0, aOutputs),
+    : BulkModel(Port::Bulk0, aOutputs),
       mTiming(aTiming),
       mEventId(aEventId)
 {
@@ -35,16 +36,30 @@ void BulkFifoModel::WriteConfig(std::uint32_t aValue)
     mConfig = aValue;
     const BulkLine line = GetBulkLine(aValue);
     mLaterChunk = GetLaterChunkSize(line);
-    mByteTime = mTiming == LineTiming::Real ? GetByteTime(line) : Time(0);
-    mIncoming.SetByteTime(mByteTime);
+    mLineByteTime = mTiming == LineTiming::Real ? GetByteTime(line) : Time(0);
+    SetByteTime(mLineByteTime);
     if ((aValue & BULK_CONFIG_RESET) != 0)
     {
         mStatistics.mTxOverruns += mFifo.size();
         mFifo.clear();
+        DropBlocks();
     }
 }
 
-void BulkFifoModel::Transmit(const std::uint8_t* aData, std::size_t aLength, Time aNow)
+void BulkFifoModel::SetInterface(BulkInterface aInterface)
+{
+    BulkLine line = GetBulkLine(mConfig);
+    line.mInterface = aInterface;
+    WriteConfig(GetBulkConfig(line));
+}
+
+void BulkFifoModel::SetByteTime(Time aByteTime)
+{
+    mByteTime = aByteTime;
+    mIncoming.SetByteTime(aByteTime);
+}
+
+void BulkFifoModel::Transmit(const std::uint8_t* aData, std::size_t aLength, std::uint32_t aCommand, Time aNow)
 {
     const std::size_t taken = std::min(aLength, FIFO_SIZE - mFifo.size());
     mStatistics.mTxOverruns += aLength - taken;
@@ -52,6 +67,10 @@ void BulkFifoModel::Transmit(const std::uint8_t* aData, std::size_t aLength, Tim
     {
         return;
     }
+    const bool isI2c = GetBulkLine(mConfig).mInterface == BulkInterface::I2c;
+    const std::optional<I2cOptions> i2c = isI2c ? GetI2cOptionsOfCommand(aCommand) : std::nullopt;
+    SetByteTime(i2c && i2c->mFast ? mLineByteTime / I2C_FAST_FACTOR : mLineByteTime);
+    AddBlock(taken, i2c ? Destination(ToI2cBus{*i2c}) : ToLine{}, aNow);
     if (mFifo.empty())
     {
         mByteDone = aNow + mByteTime;
@@ -114,7 +133,7 @@ void BulkFifoModel::Drain(Time aNow)
 void BulkFifoModel::SendBytes(Time::rep aCount)
 {
     const auto end = mFifo.begin() + aCount;
-    ReportSent({mFifo.begin(), end});
+    SendOut({mFifo.begin(), end}, mByteDone + mByteTime * (aCount - 1));
     mFifo.erase(mFifo.begin(), end);
     mStatistics.mBusyTime += mByteTime * aCount;
     mByteDone += mByteTime * aCount;

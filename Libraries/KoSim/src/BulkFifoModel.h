@@ -1,6 +1,8 @@
 #pragma once
 
-#include "PortModel.h"
+#include "BulkModel.h"
+
+#include <KoSim/BulkLine.h>
 
 #include <cstddef>
 #include <cstdint>
@@ -16,7 +18,7 @@ namespace KoSim
 /// The partially-empty interrupt comes when the space of one later chunk has become free, or is still free behind a
 /// block; the empty interrupt when the last byte is out. The three receive interrupts mean the same; the lowest that is
 /// enabled is reported.
-class BulkFifoModel : public PortModel
+class BulkFifoModel : public BulkModel
 {
 public:
     BulkFifoModel(LineTiming aTiming, std::uint32_t aConfig, std::uint16_t aEventId, OutputQueue& aOutputs);
@@ -32,8 +34,12 @@ public:
     /// Switches the interrupts, given as they stand in the interrupt enable register.
     void EnableInterrupts(std::uint32_t aBits) { mInterrupts = aBits; }
 
-    /// Puts a block into the FIFO; what finds no room is lost and counted.
-    void Transmit(const std::uint8_t* aData, std::size_t aLength, Time aNow);
+    /// Wires the port as something else; rate and reserve stay as they are.
+    void SetInterface(BulkInterface aInterface);
+
+    /// Puts a block into the FIFO; what finds no room is lost and counted. On I2C the block is one transfer when its
+    /// command word says so.
+    void Transmit(const std::uint8_t* aData, std::size_t aLength, std::uint32_t aCommand, Time aNow);
 
     void Advance(Time aNow) override;
     std::optional<Time> GetDeadline() const override;
@@ -42,6 +48,7 @@ private:
     Time::rep GetBytesToInterrupt() const;
     void Drain(Time aNow);
     void SendBytes(Time::rep aCount);
+    void SetByteTime(Time aByteTime);
     void ReportPartial(Time aNow);
     void TakeFromLine(Time aNow);
     void SendInterrupt(std::uint32_t aStatus, const std::vector<std::uint8_t>& aBytes, Time aNow);
@@ -52,7 +59,8 @@ private:
     std::uint32_t mClockDivider = 0;
     std::uint32_t mInterrupts = 0;
     std::size_t mLaterChunk = 0;
-    Time mByteTime{0};
+    Time mLineByteTime{0};           ///< as the configuration register has it
+    Time mByteTime{0};               ///< of what is in the FIFO
     std::vector<std::uint8_t> mFifo; ///< oldest byte first
     bool mReportedPartial = false;   ///< since the last block
     bool mReportedEmpty = false;     ///< since the last block

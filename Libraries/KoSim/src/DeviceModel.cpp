@@ -11,6 +11,12 @@ namespace
 {
 
 const char* const EVENT_NOTIFICATION = "EventNotification";
+const char* const BULK_MODE = "BulkMode";
+
+/// The entries of BULK_MODE that the configuration register of bulk port 0 knows too, by its value.
+constexpr std::array<const char*, 3> BULK_MODES = {"USRT", "UART", "I2C"};
+
+constexpr std::uint8_t LAST_I2C_ADDRESS = 0x7F;
 
 constexpr std::size_t GetIndex(Port aPort)
 {
@@ -23,14 +29,19 @@ std::string GetEventName(const BulkFeatureModel& aBulk)
     return aBulk.GetName() + "UpstreamData";
 }
 
-Time GetUartByteTime(const DeviceProfile& aProfile, std::size_t aUart)
+const LineSettings& CheckLine(const LineSettings& aLine)
 {
-    const LineSettings& line = aProfile.mLines.at(aUart);
-    if (line.mBaudRate == 0)
+    if (aLine.mBaudRate == 0)
     {
         throw std::invalid_argument("the baud rate of a line cannot be 0");
     }
-    return aProfile.mTiming == LineTiming::Real ? GetByteTime(line) : Time(0);
+    return aLine;
+}
+
+Time GetUartByteTime(const DeviceProfile& aProfile, std::size_t aUart)
+{
+    const Time byteTime = GetByteTime(CheckLine(aProfile.mLines.at(aUart)));
+    return aProfile.mTiming == LineTiming::Real ? byteTime : Time(0);
 }
 
 std::uint32_t CheckUartCount(std::uint32_t aCount)
@@ -52,6 +63,7 @@ DeviceModel::DeviceModel(const DeviceProfile& aProfile)
              UartModel(Port::Uart1, GetUartByteTime(aProfile, 1), mOutputs)},
       mBulk0(aProfile.mTiming, GetBulkConfig(aProfile.mBulk0Line), aProfile.mBulk0EventId, mOutputs)
 {
+    CheckLine(aProfile.mBulkLine);
     for (std::size_t i = 0; i < aProfile.mBulkFeatures.size(); ++i)
     {
         const auto port = static_cast<Port>(static_cast<std::size_t>(Port::Bulk0) + i);
@@ -107,7 +119,7 @@ void DeviceModel::WriteRegister(std::uint32_t aAddress, std::uint32_t aValue, Ti
     }
 }
 
-bool DeviceModel::BulkTransmit(const std::uint8_t* aData, std::size_t aLength, Time aNow)
+bool DeviceModel::BulkTransmit(const std::uint8_t* aData, std::size_t aLength, std::uint32_t aCommand, Time aNow)
 {
     if (!mBulk0InRegisters)
     {
@@ -115,14 +127,36 @@ bool DeviceModel::BulkTransmit(const std::uint8_t* aData, std::size_t aLength, T
     }
     // What has left the FIFO by now has made room, and on an instant line the block leaves at once.
     Advance(aNow);
-    mBulk0.Transmit(aData, aLength, aNow);
+    mBulk0.Transmit(aData, aLength, aCommand, aNow);
     Advance(aNow);
     return true;
+}
+
+void DeviceModel::SetI2cSlave(Port aPort, std::uint8_t aAddress, const std::shared_ptr<II2cSlave>& aSlave)
+{
+    if (aAddress > LAST_I2C_ADDRESS)
+    {
+        throw std::invalid_argument("an I2C address has 7 bits");
+    }
+    GetBulk(aPort).SetI2cSlave(aAddress, aSlave);
+    if (aPort == Port::Bulk0)
+    {
+        mBulk0.SetI2cSlave(aAddress, aSlave);
+    }
+}
+
+void DeviceModel::SetSpiSlave(Port aPort, const std::shared_ptr<ISpiSlave>& aSlave)
+{
+    GetBulk(aPort).SetSpiSlave(aSlave);
 }
 
 void DeviceModel::SetEnumValue(const std::string& aName, const std::string& aEntry)
 {
     mFeatures.SetEnumValue(aName, aEntry);
+    if (aName == BULK_MODE)
+    {
+        ApplyBulkMode();
+    }
     if (aName != EVENT_NOTIFICATION)
     {
         return;
@@ -272,6 +306,15 @@ PortModel& DeviceModel::GetPort(Port aPort)
     return inFeatures;
 }
 
+BulkFeatureModel& DeviceModel::GetBulk(Port aPort)
+{
+    if (aPort < Port::Bulk0)
+    {
+        throw std::invalid_argument("a UART is no bus");
+    }
+    return *mBulks.at(GetIndex(aPort) - GetIndex(Port::Bulk0));
+}
+
 template <typename Action>
 void DeviceModel::ForEachPort(Action aAction)
 {
@@ -310,7 +353,24 @@ void DeviceModel::AddFeatures(const DeviceProfile& aProfile)
     {
         mFeatures.mEnumerations["BulkSelector"] = selector;
     }
-    mFeatures.mEnumerations["BulkMode"] = {{"UART", "USRT", "I2C", "SPI"}, "UART", "BulkSelector"};
+    mFeatures.mEnumerations[BULK_MODE] = {{"UART", "USRT", "I2C", "SPI"}, "UART", "BulkSelector"};
+    if (mBulk0InRegisters)
+    {
+        const auto wiring = static_cast<std::size_t>(aProfile.mBulk0Line.mInterface);
+        mFeatures.mEnumerations[BULK_MODE].mValues[aProfile.mHasBulkSelector ? mBulks[0]->GetName() : ""] =
+            BULK_MODES.at(wiring);
+    }
+}
+
+/// Wires bulk port 0 in the register block as its mode says, if the register block knows that mode.
+void DeviceModel::ApplyBulkMode()
+{
+    const std::string& mode = mFeatures.GetEnumValue(BULK_MODE, mBulks[0]->GetName());
+    const auto* const found = std::find(BULK_MODES.begin(), BULK_MODES.end(), mode);
+    if (found != BULK_MODES.end())
+    {
+        mBulk0.SetInterface(static_cast<BulkInterface>(found - BULK_MODES.begin()));
+    }
 }
 
 UartModel* DeviceModel::FindUart(std::uint32_t aAddress)

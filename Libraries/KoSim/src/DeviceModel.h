@@ -40,8 +40,13 @@ public:
     /// Writes a register; an address that the device does not have is counted.
     void WriteRegister(std::uint32_t aAddress, std::uint32_t aValue, Time aNow);
 
-    /// Hands a block of bytes to the transmitter of bulk port 0; false when the device has none.
-    bool BulkTransmit(const std::uint8_t* aData, std::size_t aLength, Time aNow);
+    /// Hands a block of bytes with its command word to the transmitter of bulk port 0; false when the device has none.
+    bool BulkTransmit(const std::uint8_t* aData, std::size_t aLength, std::uint32_t aCommand, Time aNow);
+
+    /// Puts chips on the buses of a bulk port.
+    /// @throws std::invalid_argument when there is no such bus or address
+    void SetI2cSlave(Port aPort, std::uint8_t aAddress, const std::shared_ptr<II2cSlave>& aSlave);
+    void SetSpiSlave(Port aPort, const std::shared_ptr<ISpiSlave>& aSlave);
 
     /// The features, for a host that asks, and for a back end that changes them.
     FeatureTree& GetFeatures() { return mFeatures; }
@@ -96,7 +101,9 @@ private:
     PortModel& GetPort(Port aPort);
     template <typename Action>
     void ForEachPort(Action aAction);
+    BulkFeatureModel& GetBulk(Port aPort);
     void AddFeatures(const DeviceProfile& aProfile);
+    void ApplyBulkMode();
     UartModel* FindUart(std::uint32_t aAddress);
     bool ReadBulkRegister(std::uint32_t aAddress, std::uint32_t& aValue) const;
     bool WriteBulkRegister(std::uint32_t aAddress, std::uint32_t aValue);

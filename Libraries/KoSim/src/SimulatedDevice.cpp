@@ -58,6 +58,16 @@ void SimulatedDevice::SetLineEnd(Port aPort, std::shared_ptr<ILineEnd> aLineEnd)
     mRunner->SetLineEnd(aPort, std::move(aLineEnd));
 }
 
+void SimulatedDevice::SetI2cSlave(Port aPort, std::uint8_t aAddress, const std::shared_ptr<II2cSlave>& aSlave)
+{
+    mRunner->WithModel([&](DeviceModel& aModel) { aModel.SetI2cSlave(aPort, aAddress, aSlave); });
+}
+
+void SimulatedDevice::SetSpiSlave(Port aPort, const std::shared_ptr<ISpiSlave>& aSlave)
+{
+    mRunner->WithModel([&](DeviceModel& aModel) { aModel.SetSpiSlave(aPort, aSlave); });
+}
+
 void SimulatedDevice::Connect()
 {
     mRunner->SetConnected(true);
@@ -333,12 +343,12 @@ KoResult SimulatedDevice::ReadRegister(std::uint32_t aAddress, std::uint32_t* aV
         });
 }
 
-KoResult SimulatedDevice::BulkTransmit(const std::uint8_t* aData, std::uint32_t /*aCommand*/, std::uint32_t aLength)
+KoResult SimulatedDevice::BulkTransmit(const std::uint8_t* aData, std::uint32_t aCommand, std::uint32_t aLength)
 {
     return mRunner->WithConnectedModel(
         [&](DeviceModel& aModel, Time aNow)
         {
-            return aModel.BulkTransmit(aData, aLength, aNow)
+            return aModel.BulkTransmit(aData, aLength, aCommand, aNow)
                        ? KoResult(KoResult::OK)
                        : KoResult(KoResult::NOT_SUPPORTED, "The simulated device has no bulk transmitter.");
         });

@@ -1,6 +1,7 @@
 #include "BulkFeatureModel.h"
 
 #include "ModelOutputs.h"
+#include "RecordingChips.h"
 
 #include <gtest/gtest.h>
 
@@ -35,18 +36,38 @@ protected:
         mBulk.EnableEvent(true);
     }
 
-    void WriteFrame(const std::string& aPayload, Time aNow)
-    {
-        std::vector<std::uint8_t> frame = {0, 0, 0, 0, 0, 0, 0, static_cast<std::uint8_t>(aPayload.size())};
-        frame.insert(frame.end(), aPayload.begin(), aPayload.end());
-        frame.resize((frame.size() + 3) / 4 * 4);
-        mBulk.WriteDownstream(frame.data(), frame.size(), aNow);
-    }
+    void WriteFrame(const std::string& aPayload, Time aNow) { WriteControlFrame(0, aPayload, aNow); }
 
     void Receive(const std::string& aBytes, Time aNow)
     {
         mBulk.Receive(AsBytes(aBytes), aBytes.size(), aNow);
         mBulk.Advance(aNow);
+    }
+
+    void SetMode(const std::string& aMode) { mFeatures.mEnumerations["BulkMode"] = {{aMode}, aMode}; }
+
+    void WriteControlFrame(std::uint8_t aControl, const std::string& aPayload, Time aNow)
+    {
+        std::vector<std::uint8_t> frame = {aControl, 0, 0, 0, 0, 0, 0, static_cast<std::uint8_t>(aPayload.size())};
+        frame.insert(frame.end(), aPayload.begin(), aPayload.end());
+        frame.resize((frame.size() + 3) / 4 * 4);
+        mBulk.WriteDownstream(frame.data(), frame.size(), aNow);
+    }
+
+    std::shared_ptr<RecordingI2cSlave> AddI2cSlave()
+    {
+        SetMode("I2C");
+        auto slave = std::make_shared<RecordingI2cSlave>();
+        mBulk.SetI2cSlave(0x50, slave);
+        return slave;
+    }
+
+    std::shared_ptr<RecordingSpiSlave> AddSpiSlave()
+    {
+        SetMode("SPI");
+        auto slave = std::make_shared<RecordingSpiSlave>();
+        mBulk.SetSpiSlave(slave);
+        return slave;
     }
 
     std::string ReadUpstream()
@@ -108,14 +129,110 @@ TEST_F(BulkFeatureModelTest, CountsAndDropsAMalformedFrame)
     EXPECT_EQ(TakeLineBytes(mOutputs), "");
 }
 
-TEST_F(BulkFeatureModelTest, ParsesSpiFramesWhenItsModeIsSpi)
+TEST_F(BulkFeatureModelTest, MakesATransferOfEachFrameWhenItsModeIsSpi)
 {
-    mFeatures.mEnumerations["BulkMode"] = {{"UART", "SPI"}, "SPI"};
-    const std::uint8_t frame[] = {0, 0, 0, 0, 0, 0, 0, 5, 1, 0, 0, 0, 'a', 0, 0, 0};
+    const auto slave = AddSpiSlave();
+    const std::uint8_t frame[] = {0, 0, 0, 0, 0, 0, 0, 5, 1, 2, 0, 0, 'a', 0, 0, 0};
     mBulk.WriteDownstream(frame, sizeof(frame), 0ms);
     mBulk.Advance(0ms);
 
+    EXPECT_EQ(slave->mLog, "[610000]");
+    EXPECT_EQ(ReadUpstream(), "\2\3");
     EXPECT_EQ(mBulk.mStatistics.mMalformedFrames, 0U);
+    EXPECT_EQ(mBulk.mStatistics.mSentBytes, 1U);
+    EXPECT_EQ(TakeLineBytes(mOutputs), "");
+}
+
+TEST_F(BulkFeatureModelTest, TakesABytePerByteInASimultaneousTransfer)
+{
+    const auto slave = AddSpiSlave();
+    const std::uint8_t frame[] = {0, 0, 0, 0, 0, 0, 0, 6, 0, 0, 2, 0, 'a', 'b', 0, 0};
+    mBulk.WriteDownstream(frame, sizeof(frame), 0ms);
+    mBulk.Advance(0ms);
+
+    EXPECT_EQ(slave->mLog, "[6162]");
+    EXPECT_EQ(ReadUpstream(), "\1\2");
+}
+
+TEST_F(BulkFeatureModelTest, ReadsFromAnSpiChipWithAFrameThatHasNoPayload)
+{
+    AddSpiSlave();
+    const std::uint8_t frame[] = {0, 0, 0, 0, 0, 0, 0, 4, 0, 3, 0, 0};
+    mBulk.WriteDownstream(frame, sizeof(frame), 0ms);
+    mBulk.Advance(0ms);
+
+    EXPECT_EQ(ReadUpstream(), "\1\2\3");
+}
+
+TEST_F(BulkFeatureModelTest, CarriesOutI2cTransfersWhenItsModeIsI2c)
+{
+    const auto slave = AddI2cSlave();
+    WriteControlFrame(0x30, "\xA0\x07", 0ms);
+    WriteControlFrame(0x70, {'\xA1', 2, 0}, 0ms);
+    mBulk.Advance(0ms);
+
+    EXPECT_EQ(slave->mLog, "S 07 Sr ? ? P ");
+    EXPECT_EQ(ReadUpstream(), "\1\2");
+    EXPECT_EQ(TakeLineBytes(mOutputs), "");
+}
+
+TEST_F(BulkFeatureModelTest, SendsToTheLineWhatIsNoI2cTransfer)
+{
+    const auto slave = AddI2cSlave();
+    WriteControlFrame(0x40, "\xA0\x07", 0ms);
+    mBulk.Advance(0ms);
+    SetMode("UART");
+    WriteControlFrame(0x70, "\xA0\x08", 0ms);
+    mBulk.Advance(0ms);
+
+    EXPECT_EQ(slave->mLog, "");
+    EXPECT_EQ(TakeLineBytes(mOutputs), "\xA0\x07\xA0\x08");
+}
+
+TEST_F(SlowBulkFeatureModelTest, CarriesOutAnI2cTransferWhenItsLastBitIsOut)
+{
+    const auto slave = AddI2cSlave();
+    WriteControlFrame(0x70, {'\xA1', 2, 0}, 0ms);
+    mBulk.Advance(270us - 1ns);
+    EXPECT_EQ(slave->mLog, "");
+    mBulk.Advance(270us);
+    EXPECT_EQ(slave->mLog, "Sr ? ? P ");
+    EXPECT_EQ(ReadUpstream(), "");
+    mBulk.Advance(270us + 90us);
+    EXPECT_EQ(ReadUpstream(), "\1");
+}
+
+TEST_F(SlowBulkFeatureModelTest, RunsI2cFourTimesAsFastInFastMode)
+{
+    const auto slave = AddI2cSlave();
+    WriteControlFrame(0xF0, "\xA0\x07", 0ms);
+    mBulk.Advance(45us - 1ns);
+    EXPECT_EQ(slave->mLog, "");
+    mBulk.Advance(45us);
+    EXPECT_EQ(slave->mLog, "S 07 P ");
+}
+
+TEST_F(SlowBulkFeatureModelTest, SendsAByteToAnSpiChipInAMicrosecond)
+{
+    const auto slave = AddSpiSlave();
+    const std::uint8_t frame[] = {0, 0, 0, 0, 0, 0, 0, 6, 2, 0, 0, 0, 'a', 'b', 0, 0};
+    mBulk.WriteDownstream(frame, sizeof(frame), 0ms);
+    mBulk.Advance(2us - 1ns);
+    EXPECT_EQ(slave->mLog, "");
+    mBulk.Advance(2us);
+    EXPECT_EQ(slave->mLog, "[6162]");
+}
+
+TEST_F(SlowBulkFeatureModelTest, GoesOnWithTheLineAtItsPaceBehindATransfer)
+{
+    AddI2cSlave();
+    WriteControlFrame(0x70, "\xA0", 0ms);
+    mBulk.Advance(90us);
+    SetMode("UART");
+    WriteFrame("a", 90us);
+    mBulk.Advance(10ms);
+    EXPECT_EQ(TakeLineBytes(mOutputs), "");
+    mBulk.Advance(10ms + 90us);
     EXPECT_EQ(TakeLineBytes(mOutputs), "a");
 }
 

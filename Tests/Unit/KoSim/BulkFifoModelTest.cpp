@@ -1,6 +1,7 @@
 #include "BulkFifoModel.h"
 
 #include "ModelOutputs.h"
+#include "RecordingChips.h"
 #include "Registers.h"
 
 #include <KoSim/BulkLine.h>
@@ -30,7 +31,7 @@ protected:
     void Transmit(std::size_t aCount, Time aNow)
     {
         const std::string bytes(aCount, 'x');
-        mFifo.Transmit(AsBytes(bytes), bytes.size(), aNow);
+        mFifo.Transmit(AsBytes(bytes), bytes.size(), 0, aNow);
     }
 
     std::vector<std::uint32_t> TakeStatuses()
@@ -50,7 +51,7 @@ protected:
 
 TEST_F(BulkFifoModelTest, SendsOneByteAfterTheOther)
 {
-    mFifo.Transmit(AsBytes("abc"), 3, 1ms);
+    mFifo.Transmit(AsBytes("abc"), 3, 0, 1ms);
 
     mFifo.Advance(1ms + BYTE_TIME - 1ns);
     EXPECT_EQ(TakeLineBytes(mOutputs), "");
@@ -224,4 +225,98 @@ TEST_F(BulkFifoModelTest, SplitsALongReceptionOverEventsThatFitAPacket)
     EXPECT_EQ(std::get<EventOutput>(mOutputs[0]).mReceivedBytes, 512U);
     EXPECT_EQ(std::get<EventOutput>(mOutputs[2]).mReceivedBytes, 276U);
     EXPECT_EQ(std::get<EventOutput>(mOutputs[0]).mEventId, EVENT_BULK_INTERRUPT);
+}
+
+/// An I2C port at once: a byte takes 90 us.
+class BulkFifoI2cTest : public ::testing::Test
+{
+protected:
+    BulkFifoI2cTest()
+    {
+        mFifo.EnableInterrupts(ALL_INTERRUPTS);
+        mFifo.SetI2cSlave(0x50, mSlave);
+    }
+
+    void Transmit(const std::string& aBytes, std::uint32_t aCommand, Time aNow)
+    {
+        mFifo.Transmit(AsBytes(aBytes), aBytes.size(), aCommand, aNow);
+    }
+
+    OutputQueue mOutputs;
+    BulkFifoModel mFifo{LineTiming::Real, GetBulkConfig({BulkInterface::I2c, 0, false, RESERVE}),
+                        EVENT_SERIAL_INTERRUPT, mOutputs};
+    const std::shared_ptr<RecordingI2cSlave> mSlave = std::make_shared<RecordingI2cSlave>();
+};
+
+TEST_F(BulkFifoI2cTest, CarriesOutATransferWhenItsLastBitIsOut)
+{
+    Transmit("\xA0\x07", 0x80001C00, 0ms);
+
+    mFifo.Advance(180us - 1ns);
+    EXPECT_EQ(mSlave->mLog, "");
+    mFifo.Advance(180us);
+    EXPECT_EQ(mSlave->mLog, "S 07 P ");
+    EXPECT_EQ(mFifo.mStatistics.mSentBytes, 2U);
+    EXPECT_EQ(TakeLineBytes(mOutputs), "");
+}
+
+TEST_F(BulkFifoI2cTest, RunsFourTimesAsFastInFastMode)
+{
+    Transmit("\xA0\x07", 0x80001E00, 0ms);
+
+    mFifo.Advance(45us - 1ns);
+    EXPECT_EQ(mSlave->mLog, "");
+    mFifo.Advance(45us);
+    EXPECT_EQ(mSlave->mLog, "S 07 P ");
+}
+
+TEST_F(BulkFifoI2cTest, ReportsWhatASlaveAnswers)
+{
+    Transmit({'\xA1', 2, 0}, 0x80001800, 0ms);
+    mFifo.Advance(270us);
+    mFifo.Advance(270us + 180us);
+
+    EXPECT_EQ(mSlave->mLog, "Sr ? ? ");
+    EXPECT_EQ(mOutputs.size(), 3U);
+    EXPECT_EQ(std::get<EventOutput>(mOutputs.back()).mPayload, (std::vector<std::uint8_t>{0, 1, 0, 0, 1, 2}));
+}
+
+TEST_F(BulkFifoI2cTest, MakesATransferOfEachBlock)
+{
+    Transmit("\xA0\x01", 0x80001800, 0ms);
+    Transmit("\xA0\x02", 0x80001C00, 0ms);
+    mFifo.Advance(1ms);
+
+    EXPECT_EQ(mSlave->mLog, "S 01 S 02 P ");
+}
+
+TEST_F(BulkFifoI2cTest, SendsToTheLineWhatIsNoTransfer)
+{
+    Transmit("\xA0\x01", 0x80000000, 0ms);
+    mFifo.Advance(1ms);
+
+    EXPECT_EQ(mSlave->mLog, "");
+    EXPECT_EQ(TakeLineBytes(mOutputs), "\xA0\x01");
+}
+
+TEST_F(BulkFifoI2cTest, SendsEverythingToTheLineUnlessItIsWiredAsI2c)
+{
+    mFifo.SetInterface(BulkInterface::Usrt);
+    Transmit("\xA0\x01", 0x80001C00, 0ms);
+    mFifo.Advance(1ms);
+
+    EXPECT_EQ(mSlave->mLog, "");
+    EXPECT_EQ(TakeLineBytes(mOutputs), "\xA0\x01");
+    EXPECT_EQ(GetBulkLine(mFifo.ReadConfig()).mReserve, RESERVE);
+}
+
+TEST_F(BulkFifoI2cTest, ForgetsAHalfSentTransferWhenItIsReset)
+{
+    Transmit("\xA0\x01", 0x80001C00, 0ms);
+    mFifo.Advance(90us);
+    mFifo.WriteConfig(mFifo.ReadConfig() | BULK_CONFIG_RESET);
+    Transmit("\xA0\x02", 0x80001C00, 1ms);
+    mFifo.Advance(2ms);
+
+    EXPECT_EQ(mSlave->mLog, "S 02 P ");
 }

@@ -1,7 +1,10 @@
 #include "DeviceModel.h"
 
 #include "ModelOutputs.h"
+#include "RecordingChips.h"
 #include "Registers.h"
+
+#include <KoSim/BulkLine.h>
 
 #include <gtest/gtest.h>
 
@@ -111,6 +114,14 @@ TEST(DeviceModelTest, RefusesALineWithoutBaudRate)
     EXPECT_THROW(DeviceModel{profile}, std::invalid_argument);
 }
 
+TEST(DeviceModelTest, RefusesBulkLinesWithoutBaudRate)
+{
+    DeviceProfile profile;
+    profile.mBulkLine.mBaudRate = 0;
+
+    EXPECT_THROW(DeviceModel{profile}, std::invalid_argument);
+}
+
 TEST(DeviceModelTest, GivesEachUartTheSettingsOfItsLine)
 {
     DeviceModel model(WithRealTiming());
@@ -193,4 +204,56 @@ TEST(DeviceModelTest, CountsWhatHappenedOnEachLine)
     EXPECT_EQ(model.GetLineStatistics(Port::Uart1).mTxOverruns, 1U);
     EXPECT_EQ(model.GetLineStatistics(Port::Uart0).mSentBytes, 0U);
     EXPECT_EQ(model.GetLineStatistics(Port::Uart0).mTxOverruns, 0U);
+}
+
+TEST(DeviceModelTest, WiresBulk0AsItsModeSays)
+{
+    DeviceModel model{DeviceProfile()};
+    const auto getInterface = [&] { return GetBulkLine(model.ReadRegister(REG_BULK_0_CONFIG)).mInterface; };
+    EXPECT_EQ(getInterface(), BulkInterface::Uart);
+
+    model.SetEnumValue("BulkMode", "I2C");
+    EXPECT_EQ(getInterface(), BulkInterface::I2c);
+    model.SetEnumValue("BulkMode", "USRT");
+    EXPECT_EQ(getInterface(), BulkInterface::Usrt);
+    model.SetEnumValue("BulkMode", "SPI");
+    EXPECT_EQ(getInterface(), BulkInterface::Usrt);
+    model.SetEnumValue("BulkSelector", "Bulk3");
+    model.SetEnumValue("BulkMode", "I2C");
+    EXPECT_EQ(getInterface(), BulkInterface::Usrt);
+}
+
+TEST(DeviceModelTest, HasTheModeThatBulk0IsWiredAs)
+{
+    for (const bool hasSelector : {true, false})
+    {
+        DeviceProfile profile;
+        profile.mHasBulkSelector = hasSelector;
+        profile.mBulk0Line.mInterface = BulkInterface::I2c;
+        DeviceModel model(profile);
+
+        EXPECT_EQ(model.GetFeatures().GetEnumValue("BulkMode"), "I2C");
+    }
+}
+
+TEST(DeviceModelTest, HasTheChipsOfBulk0BehindItsRegistersAndItsFeatures)
+{
+    DeviceModel model{DeviceProfile()};
+    const auto slave = std::make_shared<RecordingI2cSlave>();
+    model.SetI2cSlave(Port::Bulk0, 0x50, slave);
+    model.SetEnumValue("BulkMode", "I2C");
+
+    model.BulkTransmit(AsBytes("\xA0\x01"), 2, 0x80001C00, 0ms);
+    const std::uint8_t frame[] = {0x70, 0, 0, 0, 0, 0, 0, 2, 0xA0, 0x02, 0, 0};
+    model.WriteBlock("Bulk0DownstreamData", frame, sizeof(frame), 0ms);
+    EXPECT_EQ(slave->mLog, "S 01 P S 02 P ");
+}
+
+TEST(DeviceModelTest, RefusesChipsWhereThereIsNoBus)
+{
+    DeviceModel model{DeviceProfile()};
+
+    EXPECT_THROW(model.SetI2cSlave(Port::Uart1, 0x50, nullptr), std::invalid_argument);
+    EXPECT_THROW(model.SetI2cSlave(Port::Bulk0, 0x80, nullptr), std::invalid_argument);
+    EXPECT_THROW(model.SetSpiSlave(Port::Uart0, nullptr), std::invalid_argument);
 }

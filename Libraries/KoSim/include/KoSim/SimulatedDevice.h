@@ -2,7 +2,9 @@
 
 #include <IKoDeviceAdapter.h>
 #include <KoSim/DeviceProfile.h>
+#include <KoSim/II2cSlave.h>
 #include <KoSim/ILineEnd.h>
+#include <KoSim/ISpiSlave.h>
 #include <KoSim/KoSimExport.h>
 #include <KoSim/LineStatistics.h>
 #include <KoSim/Port.h>
@@ -44,6 +46,16 @@ public:
     /// Puts a far end on a line, in place of the one before, which is detached. NULL leaves the line open. Must not be
     /// called from inside a far end.
     void SetLineEnd(Port aPort, std::shared_ptr<ILineEnd> aLineEnd);
+
+    /// Puts a chip on the I2C bus that a bulk port drives while its "BulkMode" is "I2C", in place of the one before.
+    /// NULL takes the chip away. One chip may sit on several buses.
+    /// @throws std::invalid_argument when the port is a UART or the address is above 0x7F
+    void SetI2cSlave(Port aPort, std::uint8_t aAddress, const std::shared_ptr<II2cSlave>& aSlave);
+
+    /// Puts the chip on the SPI bus that a bulk port drives while its "BulkMode" is "SPI", in place of the one before.
+    /// NULL takes it away. One chip may sit on several buses.
+    /// @throws std::invalid_argument when the port is a UART
+    void SetSpiSlave(Port aPort, const std::shared_ptr<ISpiSlave>& aSlave);
 
     /// Plugs the device in again; registers keep their values.
     void Connect();
