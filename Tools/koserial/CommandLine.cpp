@@ -24,6 +24,7 @@ constexpr const char* DEVICE_HELP =
     "    timing=         real or instant\n"
     "    baud=           speed of both lines, 50 to 4000000\n"
     "    id=             identity text of the device\n"
+    "    eeprom=, flash= file with the contents of the 32 KiB EEPROM, of the flash; made when there is none\n"
     "  default: sim, that is sim:full,uart0=console,uart1=loopback,timing=real,baud=115200,id=sim";
 
 constexpr const char* FOOTER =

@@ -75,11 +75,11 @@ std::uint32_t ParseBaudRate(const Setting& aSetting)
     return rate;
 }
 
-std::string ParseId(const Setting& aSetting)
+std::string ParseText(const Setting& aSetting, const char* aWhat)
 {
     if (aSetting.mValue.empty())
     {
-        throw MakeValueFailure(aSetting, "any text without a comma, but not empty");
+        throw MakeValueFailure(aSetting, std::string("any ") + aWhat + " without a comma, but not empty");
     }
     return aSetting.mValue;
 }
@@ -109,12 +109,20 @@ void Apply(DeviceUri& aUri, const Setting& aSetting)
     }
     else if (aSetting.mKey == "id")
     {
-        aUri.mProfile.mId = ParseId(aSetting);
+        aUri.mProfile.mId = ParseText(aSetting, "text");
+    }
+    else if (aSetting.mKey == "eeprom")
+    {
+        aUri.mEepromFile = ParseText(aSetting, "path");
+    }
+    else if (aSetting.mKey == "flash")
+    {
+        aUri.mFlashFile = ParseText(aSetting, "path");
     }
     else
     {
         throw MakeUsageFailure("device: unknown key '" + aSetting.mKey +
-                               "': the keys are uart0, uart1, bulk0 to bulk7, timing, baud and id");
+                               "': the keys are uart0, uart1, bulk0 to bulk7, timing, baud, id, eeprom and flash");
     }
 }
 

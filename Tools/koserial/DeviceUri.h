@@ -35,12 +35,15 @@ struct FarEnd
 /// | `timing` | `real`, `instant` |
 /// | `baud` | 50 to 4000000, for the lines whose rate the registers do not set |
 /// | `id` | any text without a comma |
+/// | `eeprom`, `flash` | path of the file that holds the contents of the larger EEPROM, of the flash |
 struct DeviceUri
 {
     DeviceUri();
 
     KoSim::DeviceProfile mProfile;
     std::array<FarEnd, KoSim::PORT_COUNT> mFarEnds; ///< by port; a console on UART0, loopbacks elsewhere
+    std::string mEepromFile;                        ///< empty for contents that are gone with the device
+    std::string mFlashFile;                         ///< the same
 };
 
 /// @throws Failure with STATUS_USAGE, saying what is accepted, for a text that names no device

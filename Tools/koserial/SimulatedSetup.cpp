@@ -4,7 +4,11 @@
 #include "PortNames.h"
 
 #include <KoSim/CommandConsole.h>
+#include <KoSim/I2cEeprom.h>
+#include <KoSim/I2cThermometer.h>
 #include <KoSim/Loopback.h>
+#include <KoSim/MemoryImage.h>
+#include <KoSim/SpiFlash.h>
 
 #include <iostream>
 #include <system_error>
@@ -13,6 +17,22 @@ namespace KoTool
 {
 namespace
 {
+
+constexpr std::uint8_t THERMOMETER_ADDRESS = 0x48;
+constexpr std::uint8_t LARGE_EEPROM_ADDRESS = 0x50;
+constexpr std::uint8_t SMALL_EEPROM_ADDRESS = 0x57;
+
+KoSim::MemoryImage MakeImage(const char* aKey, std::size_t aSize, const std::string& aPath)
+{
+    try
+    {
+        return aPath.empty() ? KoSim::MemoryImage(aSize) : KoSim::MemoryImage(aSize, aPath);
+    }
+    catch (const std::exception& error)
+    {
+        throw Failure(std::string("device: ") + aKey + ": " + error.what());
+    }
+}
 
 KoSim::Port ToSimulatedPort(KoDeviceSerial aPort)
 {
@@ -35,7 +55,10 @@ const char* GetInterfaceName(KoSim::BulkInterface aInterface)
 
 } // namespace
 
-SimulatedSetup::SimulatedSetup(const DeviceUri& aUri) : mUri(aUri), mDevice(aUri.mProfile) {}
+SimulatedSetup::SimulatedSetup(const DeviceUri& aUri) : mUri(aUri), mDevice(aUri.mProfile)
+{
+    AddChips();
+}
 
 LineDescription SimulatedSetup::DescribeLine(KoDeviceSerial aPort) const
 {
@@ -78,6 +101,31 @@ void SimulatedSetup::DisconnectFarEnds()
     if (!losses.empty())
     {
         throw Failure(losses);
+    }
+}
+
+void SimulatedSetup::AddChips()
+{
+    const bool isInstant = mUri.mProfile.mTiming == KoSim::LineTiming::Instant;
+    const KoSim::Time writeTime = isInstant ? KoSim::Time(0) : KoSim::I2cEeprom::TYPICAL_WRITE_TIME;
+    const KoSim::SpiFlash::Timing noTime{KoSim::Time(0), KoSim::Time(0)};
+
+    const auto thermometer = std::make_shared<KoSim::I2cThermometer>();
+    const auto smallEeprom = std::make_shared<KoSim::I2cEeprom>(
+        KoSim::I2cEeprom::SMALL, KoSim::MemoryImage(KoSim::I2cEeprom::SMALL.mSize), writeTime);
+    const auto largeEeprom = std::make_shared<KoSim::I2cEeprom>(
+        KoSim::I2cEeprom::LARGE, MakeImage("eeprom", KoSim::I2cEeprom::LARGE.mSize, mUri.mEepromFile), writeTime);
+    const auto flash = std::make_shared<KoSim::SpiFlash>(MakeImage("flash", KoSim::SpiFlash::SIZE, mUri.mFlashFile),
+                                                         isInstant ? noTime : KoSim::SpiFlash::Timing());
+    for (const KoDeviceSerial port : ALL_PORTS)
+    {
+        if (port >= KoDeviceSerialBulk0)
+        {
+            mDevice.SetI2cSlave(ToSimulatedPort(port), THERMOMETER_ADDRESS, thermometer);
+            mDevice.SetI2cSlave(ToSimulatedPort(port), LARGE_EEPROM_ADDRESS, largeEeprom);
+            mDevice.SetI2cSlave(ToSimulatedPort(port), SMALL_EEPROM_ADDRESS, smallEeprom);
+            mDevice.SetSpiSlave(ToSimulatedPort(port), flash);
+        }
     }
 }
 

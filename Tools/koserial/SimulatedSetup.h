@@ -23,10 +23,15 @@ struct LineDescription
     std::uint32_t mBitRate;
 };
 
-/// A simulated device and the far ends of its lines, as a device URI describes them. Lives as long as the command.
+/// A simulated device with the chips on its buses and the far ends of its lines, as a device URI describes them. Lives
+/// as long as the command.
+///
+/// Every bulk port leads to the same chips: a thermometer (0x48), an EEPROM of 32 KiB (0x50) and one of 256 bytes
+/// (0x57) while it is in I2C mode, and a flash of 1 MiB while it is in SPI mode.
 class SimulatedSetup
 {
 public:
+    /// @throws Failure when the file of a chip cannot be used
     explicit SimulatedSetup(const DeviceUri& aUri);
 
     SimulatedSetup(const SimulatedSetup&) = delete;
@@ -53,6 +58,7 @@ private:
         std::shared_ptr<KoSim::PtyLine> mLine;
     };
 
+    void AddChips();
     std::shared_ptr<KoSim::ILineEnd> MakeFarEnd(KoDeviceSerial aPort);
     std::shared_ptr<KoSim::ILineEnd> MakeTerminal(KoDeviceSerial aPort, const std::string& aLink);
 

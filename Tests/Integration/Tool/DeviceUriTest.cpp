@@ -81,6 +81,16 @@ TEST(DeviceUri, TakesTheBaudRatesOfTerminals)
     EXPECT_EQ(ParseDeviceUri("sim,baud=4000000").mProfile.mBulkLine.mBaudRate, 4000000U);
 }
 
+TEST(DeviceUri, TakesTheFilesOfTheMemoryChips)
+{
+    const DeviceUri uri = ParseDeviceUri("sim,eeprom=dir/e.bin,flash=f=1.bin");
+    EXPECT_EQ(uri.mEepromFile, "dir/e.bin");
+    EXPECT_EQ(uri.mFlashFile, "f=1.bin");
+    EXPECT_EQ(ParseDeviceUri("sim").mEepromFile, "");
+    EXPECT_EQ(GetComplaint("sim,flash="),
+              "device: flash cannot be '': it can be any path without a comma, but not empty");
+}
+
 TEST(DeviceUri, NamesTheKindsOfDevice)
 {
     EXPECT_EQ(GetComplaint("usb"), "device: unknown kind 'usb': a device is sim[:PROFILE][,KEY=VALUE...]");
@@ -98,7 +108,7 @@ TEST(DeviceUri, NamesTheProfiles)
 
 TEST(DeviceUri, NamesTheKeys)
 {
-    const std::string keys = ": the keys are uart0, uart1, bulk0 to bulk7, timing, baud and id";
+    const std::string keys = ": the keys are uart0, uart1, bulk0 to bulk7, timing, baud, id, eeprom and flash";
     EXPECT_EQ(GetComplaint("sim,speed=9600"), "device: unknown key 'speed'" + keys);
     EXPECT_EQ(GetComplaint("sim,"), "device: unknown key ''" + keys);
     EXPECT_EQ(GetComplaint("sim,=null"), "device: unknown key ''" + keys);
