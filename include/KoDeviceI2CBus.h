@@ -38,7 +38,11 @@ public:
     KoDeviceI2CBus& operator=(const KoDeviceI2CBus&) = delete;
 
     /// Opens the bus on a bulk port. Close an open bus first: opening it again gives up its hold on the old port, which
-    /// then stays in use until the process ends; on Bulk1 to Bulk7 the old engine is not even deleted.
+    /// then stays in use until the process ends.
+    ///
+    /// Opening an object on Bulk1 to Bulk7 leaks what its opening before had allocated (the receive buffer of 16 KiB and
+    /// a little more), even if the bus was closed. Where buses are opened again and again, use a new object each time;
+    /// opening on Bulk0 leaks nothing.
     /// @param aDevice the device; not owned; must outlive the open bus
     /// @param aPort the bulk port
     /// @return
@@ -59,7 +63,7 @@ public:
     /// True when the device is connected and offers I2C on that port. Any thread may ask.
     static bool IsSupported(IKoDeviceAdapter* aDevice, KoDeviceSerial aPort);
 
-    /// Writes bytes to a slave.
+    /// Writes bytes to a slave. The device does not tell whether the slave has acknowledged them.
     KoResult BurstWrite(std::uint8_t aAddress, const std::uint8_t* aData, std::uint32_t aLength, bool aFastMode);
 
     /// Writes a register offset and then bytes to a slave.
@@ -67,7 +71,10 @@ public:
                                 std::uint32_t aLength, bool aFastMode);
 
     /// Reads bytes from a slave. Received bytes that nobody has read are dropped first. Each wait for bytes is 50 ms,
-    /// more from 11112 bytes on (44445 in fast mode).
+    /// more from 11112 bytes on (44445 in fast mode). A slave that does not acknowledge sends nothing, which is the only
+    /// way to notice that.
+    /// @param aLength number of bytes, at most 65535; beyond 16383, which is what the receive buffer holds, bytes are
+    ///                lost when they come faster than the calling thread takes them
     /// @param[out] aBytesRead number of bytes that came, also after a TIMEOUT
     KoResult BurstRead(std::uint8_t aAddress, std::uint8_t* aBuffer, std::uint32_t aLength, std::uint32_t& aBytesRead,
                        bool aFastMode);
