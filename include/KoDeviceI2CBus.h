@@ -40,9 +40,9 @@ public:
     /// Opens the bus on a bulk port. Close an open bus first: opening it again gives up its hold on the old port, which
     /// then stays in use until the process ends.
     ///
-    /// Opening an object on Bulk1 to Bulk7 leaks what its opening before had allocated (the receive buffer of 16 KiB and
-    /// a little more), even if the bus was closed. Where buses are opened again and again, use a new object each time;
-    /// opening on Bulk0 leaks nothing.
+    /// Opening an object on Bulk1 to Bulk7 leaks what its opening before had allocated (the receive buffer of 16 KiB
+    /// and a little more), even if the bus was closed. Where buses are opened again and again, use a new object each
+    /// time; opening on Bulk0 leaks nothing.
     /// @param aDevice the device; not owned; must outlive the open bus
     /// @param aPort the bulk port
     /// @return
@@ -71,8 +71,8 @@ public:
                                 std::uint32_t aLength, bool aFastMode);
 
     /// Reads bytes from a slave. Received bytes that nobody has read are dropped first. Each wait for bytes is 50 ms,
-    /// more from 11112 bytes on (44445 in fast mode). A slave that does not acknowledge sends nothing, which is the only
-    /// way to notice that.
+    /// more from 11112 bytes on (44445 in fast mode). A slave that does not acknowledge sends nothing, which is the
+    /// only way to notice that.
     /// @param aLength number of bytes, at most 65535; beyond 16383, which is what the receive buffer holds, bytes are
     ///                lost when they come faster than the calling thread takes them
     /// @param[out] aBytesRead number of bytes that came, also after a TIMEOUT

@@ -1,5 +1,7 @@
 #include "BulkFeatureModel.h"
 
+#include "PortNames.h"
+
 #include <algorithm>
 #include <chrono>
 
@@ -7,6 +9,8 @@ namespace KoSim
 {
 namespace
 {
+
+const char* const UART = "UART";
 
 /// Bytes that the transmitter can hold: a few of the longest frames.
 constexpr std::size_t OUTGOING_CAPACITY = 65536;
@@ -20,11 +24,6 @@ constexpr Time I2C_BYTE_TIME = Time(std::chrono::seconds(9)) / 100000;
 constexpr Time I2C_FAST_BYTE_TIME = Time(std::chrono::seconds(9)) / 400000;
 constexpr Time SPI_BYTE_TIME = Time(std::chrono::seconds(8)) / 8000000;
 
-std::string GetBulkName(Port aPort)
-{
-    return "Bulk" + std::to_string(static_cast<std::size_t>(aPort) - static_cast<std::size_t>(Port::Bulk0));
-}
-
 } // namespace
 
 BulkFeatureModel::BulkFeatureModel(Port aPort, const DeviceProfile& aProfile, FeatureTree& aFeatures,
@@ -32,14 +31,20 @@ BulkFeatureModel::BulkFeatureModel(Port aPort, const DeviceProfile& aProfile, Fe
     : BulkModel(aPort, aOutputs),
       mBigEndian(aProfile.mGigEVision),
       mTiming(aProfile.mTiming),
-      mLineByteTime(GetByteTime(aProfile.mBulkLine)),
-      mByteTime(GetByteTimeTo(ToLine{})),
-      mName(GetBulkName(aPort)),
+      mName(GetPortName(aPort)),
       mDownstreamName(mName + "DownstreamData"),
       mUpstreamName("Event" + mName + "UpstreamDataBuffer"),
       mUpstreamLengthName("Event" + mName + "UpstreamDataLength"),
       mFeatures(aFeatures)
 {
+    SetLine(aProfile.mBulkLine);
+}
+
+void BulkFeatureModel::SetLine(const LineSettings& aSettings)
+{
+    mSettings = GetMode() == UART ? std::optional(aSettings) : std::nullopt;
+    mLineByteTime = GetByteTime(aSettings);
+    mByteTime = GetByteTimeTo(ToLine{});
     mIncoming.SetByteTime(mByteTime);
 }
 
@@ -121,7 +126,7 @@ std::optional<Time> BulkFeatureModel::GetDeadline() const
 
 std::string BulkFeatureModel::GetMode() const
 {
-    return mFeatures.FindEnumeration("BulkMode") == nullptr ? "UART" : mFeatures.GetEnumValue("BulkMode", mName);
+    return mFeatures.FindEnumeration("BulkMode") == nullptr ? UART : mFeatures.GetEnumValue("BulkMode", mName);
 }
 
 BulkModel::Destination BulkFeatureModel::GetDestination(const std::string& aMode, const DownstreamFrame& aFrame)

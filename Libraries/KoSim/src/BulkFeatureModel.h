@@ -38,6 +38,9 @@ public:
     /// The host reads the first aLength bytes of the upstream block, which ends it.
     void ReadUpstream(std::uint8_t* aBuffer, std::size_t aLength);
 
+    /// Changes the settings of the line.
+    void SetLine(const LineSettings& aSettings);
+
     /// Switches the event of the port; a block that still lies there is reported again.
     void EnableEvent(bool aEnabled);
 
@@ -65,9 +68,9 @@ private:
 
     const bool mBigEndian;
     const LineTiming mTiming;
-    const Time mLineByteTime; ///< on the line, as long as the port is no bus
-    Time mByteTime;           ///< of what goes out now
-    const std::string mName;  ///< "Bulk0" to "Bulk7"
+    Time mLineByteTime{0};   ///< on the line, as long as the port is no bus
+    Time mByteTime{0};       ///< of what goes out now
+    const std::string mName; ///< "Bulk0" to "Bulk7"
     const std::string mDownstreamName;
     const std::string mUpstreamName;
     const std::string mUpstreamLengthName;

@@ -36,8 +36,18 @@ void BulkFifoModel::WriteConfig(std::uint32_t aValue)
     mConfig = aValue;
     const BulkLine line = GetBulkLine(aValue);
     mLaterChunk = GetLaterChunkSize(line);
-    mLineByteTime = mTiming == LineTiming::Real ? GetByteTime(line) : Time(0);
-    SetByteTime(mLineByteTime);
+    mSettings.reset();
+    mLineByteTime = GetByteTime(line);
+    if (line.mInterface == BulkInterface::Uart)
+    {
+        mSettings = mChosen;
+        if (FindUartRateIndex(mChosen.mBaudRate))
+        {
+            mSettings->mBaudRate = GetBitRate(line);
+        }
+        mLineByteTime = GetByteTime(*mSettings) * (line.mDoubleTime ? 2 : 1);
+    }
+    SetByteTime(mTiming == LineTiming::Real ? mLineByteTime : Time(0));
     if ((aValue & BULK_CONFIG_RESET) != 0)
     {
         mStatistics.mTxOverruns += mFifo.size();
@@ -46,11 +56,16 @@ void BulkFifoModel::WriteConfig(std::uint32_t aValue)
     }
 }
 
-void BulkFifoModel::SetInterface(BulkInterface aInterface)
+void BulkFifoModel::SetUp(BulkInterface aInterface, const LineSettings& aSettings)
 {
+    mChosen = aSettings;
     BulkLine line = GetBulkLine(mConfig);
     line.mInterface = aInterface;
-    WriteConfig(GetBulkConfig(line));
+    if (aInterface == BulkInterface::Uart)
+    {
+        line.mRateIndex = FindUartRateIndex(aSettings.mBaudRate).value_or(line.mRateIndex);
+    }
+    mConfig = GetBulkConfig(line);
 }
 
 void BulkFifoModel::SetByteTime(Time aByteTime)
@@ -69,7 +84,8 @@ void BulkFifoModel::Transmit(const std::uint8_t* aData, std::size_t aLength, std
     }
     const bool isI2c = GetBulkLine(mConfig).mInterface == BulkInterface::I2c;
     const std::optional<I2cOptions> i2c = isI2c ? GetI2cOptionsOfCommand(aCommand) : std::nullopt;
-    SetByteTime(i2c && i2c->mFast ? mLineByteTime / I2C_FAST_FACTOR : mLineByteTime);
+    const Time byteTime = i2c && i2c->mFast ? mLineByteTime / I2C_FAST_FACTOR : mLineByteTime;
+    SetByteTime(mTiming == LineTiming::Real ? byteTime : Time(0));
     AddBlock(taken, i2c ? Destination(ToI2cBus{*i2c}) : ToLine{}, aNow);
     if (mFifo.empty())
     {

@@ -25,7 +25,8 @@ public:
 
     std::uint32_t ReadConfig() const { return mConfig; }
 
-    /// Changes line rate, interface and reserve; a set reset bit empties the FIFO.
+    /// Changes line rate, interface and reserve, and puts in effect what SetUp() has chosen; a set reset bit empties
+    /// the FIFO.
     void WriteConfig(std::uint32_t aValue);
 
     std::uint32_t ReadClockDivider() const { return mClockDivider; }
@@ -34,8 +35,9 @@ public:
     /// Switches the interrupts, given as they stand in the interrupt enable register.
     void EnableInterrupts(std::uint32_t aBits) { mInterrupts = aBits; }
 
-    /// Wires the port as something else; rate and reserve stay as they are.
-    void SetInterface(BulkInterface aInterface);
+    /// Sets the port up as something else. The configuration register shows it, except for rates that it does not know,
+    /// and the line follows when that register is written next, as everyone does who opens the port.
+    void SetUp(BulkInterface aInterface, const LineSettings& aSettings);
 
     /// Puts a block into the FIFO; what finds no room is lost and counted. On I2C the block is one transfer when its
     /// command word says so.
@@ -59,6 +61,7 @@ private:
     std::uint32_t mClockDivider = 0;
     std::uint32_t mInterrupts = 0;
     std::size_t mLaterChunk = 0;
+    LineSettings mChosen;            ///< for the next opening
     Time mLineByteTime{0};           ///< as the configuration register has it
     Time mByteTime{0};               ///< of what is in the FIFO
     std::vector<std::uint8_t> mFifo; ///< oldest byte first

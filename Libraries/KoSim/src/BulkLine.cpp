@@ -1,5 +1,6 @@
 #include <KoSim/BulkLine.h>
 
+#include <algorithm>
 #include <array>
 
 namespace KoSim
@@ -48,6 +49,16 @@ BulkLine GetBulkLine(std::uint32_t aConfig)
     line.mDoubleTime = (aConfig & DOUBLE_TIME) != 0;
     line.mReserve = aConfig >> RESERVE_SHIFT;
     return line;
+}
+
+std::optional<std::uint32_t> FindUartRateIndex(std::uint32_t aBaudRate)
+{
+    const auto* const found = std::find(UART_RATES.begin(), UART_RATES.end(), aBaudRate);
+    if (found == UART_RATES.end())
+    {
+        return std::nullopt;
+    }
+    return static_cast<std::uint32_t>(found - UART_RATES.begin());
 }
 
 std::uint32_t GetBitRate(const BulkLine& aLine)

@@ -35,13 +35,21 @@ const LineSettings& CheckLine(const LineSettings& aLine)
     {
         throw std::invalid_argument("the baud rate of a line cannot be 0");
     }
+    if (aLine.mStopBits < 1 || aLine.mStopBits > 2)
+    {
+        throw std::invalid_argument("a line has one stop bit or two");
+    }
     return aLine;
 }
 
-Time GetUartByteTime(const DeviceProfile& aProfile, std::size_t aUart)
+/// How bulk port 0 in the register block is set up when it is a UART.
+LineSettings GetBulk0Settings(const DeviceProfile& aProfile)
 {
-    const Time byteTime = GetByteTime(CheckLine(aProfile.mLines.at(aUart)));
-    return aProfile.mTiming == LineTiming::Real ? byteTime : Time(0);
+    BulkLine line = aProfile.mBulk0Line;
+    line.mInterface = BulkInterface::Uart;
+    LineSettings settings;
+    settings.mBaudRate = GetBitRate(line);
+    return settings;
 }
 
 std::uint32_t CheckUartCount(std::uint32_t aCount)
@@ -59,11 +67,12 @@ DeviceModel::DeviceModel(const DeviceProfile& aProfile)
     : mUartCount(CheckUartCount(aProfile.mUartCount)),
       mBulk0InRegisters(aProfile.mBulk0InRegisters),
       mBulk0RunsI2c(aProfile.mBulk0RunsI2c),
-      mUarts{UartModel(Port::Uart0, GetUartByteTime(aProfile, 0), mOutputs),
-             UartModel(Port::Uart1, GetUartByteTime(aProfile, 1), mOutputs)},
-      mBulk0(aProfile.mTiming, GetBulkConfig(aProfile.mBulk0Line), aProfile.mBulk0EventId, mOutputs)
+      mBulkLine(CheckLine(aProfile.mBulkLine)),
+      mUarts{UartModel(Port::Uart0, aProfile.mTiming, CheckLine(aProfile.mLines[0]), mOutputs),
+             UartModel(Port::Uart1, aProfile.mTiming, CheckLine(aProfile.mLines[1]), mOutputs)},
+      mBulk0(aProfile.mTiming, GetBulkConfig(aProfile.mBulk0Line), aProfile.mBulk0EventId, mOutputs),
+      mLineFeatures(mFeatures, aProfile.mHasBulkSelector)
 {
-    CheckLine(aProfile.mBulkLine);
     for (std::size_t i = 0; i < aProfile.mBulkFeatures.size(); ++i)
     {
         const auto port = static_cast<Port>(static_cast<std::size_t>(Port::Bulk0) + i);
@@ -153,9 +162,9 @@ void DeviceModel::SetSpiSlave(Port aPort, const std::shared_ptr<ISpiSlave>& aSla
 void DeviceModel::SetEnumValue(const std::string& aName, const std::string& aEntry)
 {
     mFeatures.SetEnumValue(aName, aEntry);
-    if (aName == BULK_MODE)
+    if (aName == BULK_MODE || mLineFeatures.IsAbout(Port::Bulk0, aName))
     {
-        ApplyBulkMode();
+        SetUpBulk0();
     }
     if (aName != EVENT_NOTIFICATION)
     {
@@ -166,6 +175,7 @@ void DeviceModel::SetEnumValue(const std::string& aName, const std::string& aEnt
         const bool isOn = mFeatures.GetEnumValue(EVENT_NOTIFICATION, GetEventName(*bulk)) == "On";
         if (isOn != bulk->IsEventEnabled())
         {
+            bulk->SetLine(mLineFeatures.Get(bulk->GetPort(), mBulkLine));
             bulk->EnableEvent(isOn);
         }
     }
@@ -228,6 +238,18 @@ void DeviceModel::RepeatReports()
 void DeviceModel::Receive(Port aPort, const std::uint8_t* aData, std::size_t aLength, Time aNow)
 {
     GetPort(aPort).Receive(aData, aLength, aNow);
+}
+
+void DeviceModel::SetFarEndSettings(Port aPort, const std::optional<LineSettings>& aSettings)
+{
+    ForEachPort(
+        [&](PortModel& aModel)
+        {
+            if (aModel.GetPort() == aPort)
+            {
+                aModel.SetFarEndSettings(aSettings);
+            }
+        });
 }
 
 std::size_t DeviceModel::GetRoom(Port aPort)
@@ -331,6 +353,10 @@ void DeviceModel::ForEachPort(Action aAction)
 
 void DeviceModel::AddFeatures(const DeviceProfile& aProfile)
 {
+    for (std::size_t i = 0; i < mUartCount; ++i)
+    {
+        mLineFeatures.Add(mUarts.at(i).GetPort(), aProfile.mLines.at(i));
+    }
     Enumeration selector{{}, "Bulk0", {}};
     Enumeration events{{"Error"}, "Error", {}};
     for (std::size_t i = 0; i < mBulks.size(); ++i)
@@ -340,6 +366,8 @@ void DeviceModel::AddFeatures(const DeviceProfile& aProfile)
             mBulks[i]->AddFeatures(aProfile.mBulkFeatures.at(i));
             selector.mEntries.push_back(mBulks[i]->GetName());
             events.mEntries.push_back(GetEventName(*mBulks[i]));
+            mLineFeatures.Add(mBulks[i]->GetPort(),
+                              i == 0 && mBulk0InRegisters ? GetBulk0Settings(aProfile) : mBulkLine);
         }
     }
     mFeatures.mEnumerations["EventSelector"] = events;
@@ -362,14 +390,14 @@ void DeviceModel::AddFeatures(const DeviceProfile& aProfile)
     }
 }
 
-/// Wires bulk port 0 in the register block as its mode says, if the register block knows that mode.
-void DeviceModel::ApplyBulkMode()
+/// Sets bulk port 0 in the register block up as its features say, if the register block knows that mode.
+void DeviceModel::SetUpBulk0()
 {
     const std::string& mode = mFeatures.GetEnumValue(BULK_MODE, mBulks[0]->GetName());
     const auto* const found = std::find(BULK_MODES.begin(), BULK_MODES.end(), mode);
     if (found != BULK_MODES.end())
     {
-        mBulk0.SetInterface(static_cast<BulkInterface>(found - BULK_MODES.begin()));
+        mBulk0.SetUp(static_cast<BulkInterface>(found - BULK_MODES.begin()), mLineFeatures.Get(Port::Bulk0, mBulkLine));
     }
 }
 
@@ -435,7 +463,12 @@ void DeviceModel::SetInterruptEnable(std::uint32_t aValue)
     for (std::size_t i = 0; i < mUartCount; ++i)
     {
         const std::uint32_t bits = aValue >> (i * UART_INTERRUPT_BITS);
-        mUarts[i].EnableInterrupts((bits & INTERRUPT_UART_TX) != 0, (bits & INTERRUPT_UART_RX) != 0);
+        UartModel& uart = mUarts.at(i);
+        if (!uart.HasInterrupts())
+        {
+            uart.SetLine(mLineFeatures.Get(uart.GetPort(), uart.GetLine()));
+        }
+        uart.EnableInterrupts((bits & INTERRUPT_UART_TX) != 0, (bits & INTERRUPT_UART_RX) != 0);
     }
     mBulk0.EnableInterrupts(aValue);
 }

@@ -3,6 +3,7 @@
 #include "BulkFeatureModel.h"
 #include "BulkFifoModel.h"
 #include "FeatureTree.h"
+#include "LineFeatures.h"
 #include "Output.h"
 #include "PortModel.h"
 #include "UartModel.h"
@@ -72,6 +73,9 @@ public:
     /// Puts bytes on the line of a port at its far end.
     void Receive(Port aPort, const std::uint8_t* aData, std::size_t aLength, Time aNow);
 
+    /// Says how the far end of a line is set up; nothing when it follows the device.
+    void SetFarEndSettings(Port aPort, const std::optional<LineSettings>& aSettings);
+
     /// Number of bytes that Receive() can take without loss.
     std::size_t GetRoom(Port aPort);
 
@@ -103,7 +107,7 @@ private:
     void ForEachPort(Action aAction);
     BulkFeatureModel& GetBulk(Port aPort);
     void AddFeatures(const DeviceProfile& aProfile);
-    void ApplyBulkMode();
+    void SetUpBulk0();
     UartModel* FindUart(std::uint32_t aAddress);
     bool ReadBulkRegister(std::uint32_t aAddress, std::uint32_t& aValue) const;
     bool WriteBulkRegister(std::uint32_t aAddress, std::uint32_t aValue);
@@ -114,9 +118,11 @@ private:
     OutputQueue mOutputs;
     const bool mBulk0InRegisters;
     const bool mBulk0RunsI2c;
+    const LineSettings mBulkLine;
     std::array<UartModel, 2> mUarts;
     BulkFifoModel mBulk0;
     FeatureTree mFeatures;
+    LineFeatures mLineFeatures;
     std::vector<std::unique_ptr<BulkFeatureModel>> mBulks; ///< by bulk port
     bool mFrozen = false;
     std::uint32_t mInterruptEnable = 0;

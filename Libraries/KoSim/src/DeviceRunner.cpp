@@ -116,6 +116,7 @@ void DeviceRunner::SetLineEnd(Port aPort, std::shared_ptr<ILineEnd> aLineEnd)
         Lock lock(mMutex);
         previous = std::move(mLineEnds.at(port));
         mLineEnds.at(port) = nullptr;
+        mModel.SetFarEndSettings(aPort, std::nullopt);
         WaitUntilNotCalled(lock, previous.get());
     }
     if (previous != nullptr)
@@ -124,6 +125,7 @@ void DeviceRunner::SetLineEnd(Port aPort, std::shared_ptr<ILineEnd> aLineEnd)
     }
     if (aLineEnd != nullptr)
     {
+        WithModel([&](DeviceModel& aModel) { aModel.SetFarEndSettings(aPort, aLineEnd->GetSettings()); });
         aLineEnd->Attach(*mLines.at(port));
         const std::lock_guard<std::mutex> lock(mMutex);
         mLineEnds.at(port) = std::move(aLineEnd);

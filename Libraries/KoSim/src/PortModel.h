@@ -31,8 +31,17 @@ public:
     /// Puts bytes on the line at the far end; what finds no room is lost and counted.
     void Receive(const std::uint8_t* aData, std::size_t aLength, Time aNow)
     {
-        mStatistics.mLostBytes += mIncoming.Put(aData, aLength, aNow);
+        if (IsAgreed())
+        {
+            mStatistics.mLostBytes += mIncoming.Put(aData, aLength, aNow);
+            return;
+        }
+        const std::vector<std::uint8_t> garbage = Garble({aData, aData + aLength});
+        mStatistics.mLostBytes += mIncoming.Put(garbage.data(), garbage.size(), aNow);
     }
+
+    /// Says how the far end is set up; nothing when it follows the device.
+    void SetFarEndSettings(const std::optional<LineSettings>& aSettings) { mFarEndSettings = aSettings; }
 
     /// Number of bytes that Receive() can take without loss.
     std::size_t GetRoom() const { return mIncoming.GetRoom(); }
@@ -53,13 +62,30 @@ protected:
     {
         mStatistics.mSentBytes += aBytes.size();
         mUndelivered += aBytes.size();
-        mOutputs.emplace_back(LineOutput{mPort, this, std::move(aBytes)});
+        mOutputs.emplace_back(LineOutput{mPort, this, IsAgreed() ? std::move(aBytes) : Garble(std::move(aBytes))});
     }
 
     const Port mPort;
     OutputQueue& mOutputs;
     IncomingLine mIncoming;
-    std::size_t mUndelivered = 0; ///< bytes in outputs that have not been carried to the far end
+    std::size_t mUndelivered = 0;          ///< bytes in outputs that have not been carried to the far end
+    std::optional<LineSettings> mSettings; ///< those in effect; nothing when the port is no UART now
+
+private:
+    bool IsAgreed() const { return !mSettings || !mFarEndSettings || *mSettings == *mFarEndSettings; }
+
+    /// What the other end makes of bytes: other ones, and not the same again after the way back.
+    std::vector<std::uint8_t> Garble(std::vector<std::uint8_t> aBytes)
+    {
+        for (std::uint8_t& byte : aBytes)
+        {
+            byte = static_cast<std::uint8_t>((byte << 3 | byte >> 5) ^ 0xA5);
+        }
+        mStatistics.mFramingErrors += aBytes.size();
+        return aBytes;
+    }
+
+    std::optional<LineSettings> mFarEndSettings;
 };
 
 } // namespace KoSim

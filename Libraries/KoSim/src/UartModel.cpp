@@ -14,11 +14,18 @@ constexpr std::size_t BYTES_PER_EVENT = 128;
 
 } // namespace
 
-UartModel::UartModel(Port aPort, Time aByteTime, OutputQueue& aOutputs)
+UartModel::UartModel(Port aPort, LineTiming aTiming, const LineSettings& aSettings, OutputQueue& aOutputs)
     : PortModel(aPort, aOutputs),
-      mByteTime(aByteTime)
+      mTiming(aTiming)
 {
-    mIncoming.SetByteTime(aByteTime);
+    SetLine(aSettings);
+}
+
+void UartModel::SetLine(const LineSettings& aSettings)
+{
+    mSettings = aSettings;
+    mByteTime = mTiming == LineTiming::Real ? GetByteTime(aSettings) : Time(0);
+    mIncoming.SetByteTime(mByteTime);
 }
 
 void UartModel::WriteData(std::uint32_t aValue, Time aNow)

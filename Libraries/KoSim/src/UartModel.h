@@ -16,7 +16,10 @@ namespace KoSim
 class UartModel : public PortModel
 {
 public:
-    UartModel(Port aPort, Time aByteTime, OutputQueue& aOutputs);
+    UartModel(Port aPort, LineTiming aTiming, const LineSettings& aSettings, OutputQueue& aOutputs);
+
+    /// Changes the settings of the line.
+    void SetLine(const LineSettings& aSettings);
 
     /// Writes the data register.
     void WriteData(std::uint32_t aValue, Time aNow);
@@ -26,6 +29,11 @@ public:
 
     /// Switches the two interrupts of this UART.
     void EnableInterrupts(bool aTx, bool aRx);
+
+    bool HasInterrupts() const { return mTxInterrupt || mRxInterrupt; }
+
+    /// The settings in effect.
+    const LineSettings& GetLine() const { return *mSettings; }
 
     void Advance(Time aNow) override;
     std::optional<Time> GetDeadline() const override;
@@ -37,7 +45,8 @@ private:
     void ReportReceived(Time aNow);
     void SendInterrupt(std::uint32_t aStatus, const std::vector<std::uint8_t>& aBytes, Time aNow);
 
-    const Time mByteTime;
+    const LineTiming mTiming;
+    Time mByteTime{0};
     bool mTxInterrupt = false;
     bool mRxInterrupt = false;
     std::optional<Time> mTxDone; ///< when the byte in the transmitter is out

@@ -301,7 +301,7 @@ TEST_F(BulkFifoI2cTest, SendsToTheLineWhatIsNoTransfer)
 
 TEST_F(BulkFifoI2cTest, SendsEverythingToTheLineUnlessItIsWiredAsI2c)
 {
-    mFifo.SetInterface(BulkInterface::Usrt);
+    mFifo.SetUp(BulkInterface::Usrt, LineSettings());
     Transmit("\xA0\x01", 0x80001C00, 0ms);
     mFifo.Advance(1ms);
 
@@ -319,4 +319,89 @@ TEST_F(BulkFifoI2cTest, ForgetsAHalfSentTransferWhenItIsReset)
     mFifo.Advance(2ms);
 
     EXPECT_EQ(mSlave->mLog, "S 02 P ");
+}
+
+/// A UART of 9600 bit/s.
+class BulkFifoUartTest : public ::testing::Test
+{
+protected:
+    BulkFifoUartTest() { mFifo.EnableInterrupts(ALL_INTERRUPTS); }
+
+    /// As everyone does who opens the port.
+    void Open() { mFifo.WriteConfig(mFifo.ReadConfig()); }
+
+    /// How long a byte is on its way that is sent now.
+    Time GetSendingTime()
+    {
+        mFifo.Transmit(AsBytes("a"), 1, 0, mNow);
+        const Time time = *mFifo.GetDeadline() - mNow;
+        mNow += 1s;
+        mFifo.Advance(mNow);
+        return time;
+    }
+
+    Time mNow{0};
+    OutputQueue mOutputs;
+    BulkFifoModel mFifo{LineTiming::Real, GetBulkConfig({BulkInterface::Uart, 0, false, RESERVE}),
+                        EVENT_SERIAL_INTERRUPT, mOutputs};
+};
+
+TEST_F(BulkFifoUartTest, ShowsInItsRegisterHowItIsSetUp)
+{
+    mFifo.SetUp(BulkInterface::Uart, {57600, LineParity::None, 8, 1});
+
+    EXPECT_EQ(GetBulkLine(mFifo.ReadConfig()).mRateIndex, 5U);
+    EXPECT_EQ(GetBulkLine(mFifo.ReadConfig()).mReserve, RESERVE);
+    mFifo.SetUp(BulkInterface::Uart, {921600, LineParity::None, 8, 1});
+    EXPECT_EQ(GetBulkLine(mFifo.ReadConfig()).mRateIndex, 5U);
+    mFifo.SetUp(BulkInterface::Usrt, {9600, LineParity::None, 8, 1});
+    EXPECT_EQ(GetBulkLine(mFifo.ReadConfig()).mRateIndex, 5U);
+    EXPECT_EQ(GetBulkLine(mFifo.ReadConfig()).mInterface, BulkInterface::Usrt);
+}
+
+TEST_F(BulkFifoUartTest, RunsAsItIsSetUpFromTheNextOpeningOn)
+{
+    mFifo.SetUp(BulkInterface::Uart, {57600, LineParity::Even, 8, 2});
+    EXPECT_EQ(GetSendingTime(), Time(10s) / 9600);
+    Open();
+    EXPECT_EQ(GetSendingTime(), Time(12s) / 57600);
+}
+
+TEST_F(BulkFifoUartTest, RunsAtRatesThatItsRegisterDoesNotKnow)
+{
+    mFifo.SetUp(BulkInterface::Uart, {921600, LineParity::None, 8, 1});
+    Open();
+    mFifo.Transmit(AsBytes("a"), 1, 0, 0ms);
+    mFifo.Advance(Time(10s) / 921600 - 1ns);
+    EXPECT_EQ(TakeLineBytes(mOutputs), "");
+    mFifo.Advance(Time(10s) / 921600);
+    EXPECT_EQ(TakeLineBytes(mOutputs), "a");
+}
+
+TEST_F(BulkFifoUartTest, TakesItsRateFromTheRegisterOtherwise)
+{
+    mFifo.WriteConfig(GetBulkConfig({BulkInterface::Uart, 1, false, RESERVE}));
+    EXPECT_EQ(GetSendingTime(), Time(10s) / 14400);
+}
+
+TEST_F(BulkFifoUartTest, SendsGarbageToAFarEndThatIsSetUpOtherwise)
+{
+    mFifo.SetFarEndSettings(LineSettings{19200, LineParity::None, 8, 1});
+    GetSendingTime();
+    EXPECT_NE(TakeLineBytes(mOutputs), "a");
+    EXPECT_EQ(mFifo.mStatistics.mFramingErrors, 1U);
+    mFifo.SetUp(BulkInterface::Uart, {19200, LineParity::None, 8, 1});
+    Open();
+    GetSendingTime();
+    EXPECT_EQ(TakeLineBytes(mOutputs), "a");
+    EXPECT_EQ(mFifo.mStatistics.mFramingErrors, 1U);
+}
+
+TEST_F(BulkFifoUartTest, DoesNotCareHowAFarEndIsSetUpUnlessItIsAUart)
+{
+    mFifo.SetFarEndSettings(LineSettings{19200, LineParity::None, 8, 1});
+    mFifo.SetUp(BulkInterface::Usrt, LineSettings());
+    Open();
+    GetSendingTime();
+    EXPECT_EQ(TakeLineBytes(mOutputs), "a");
 }

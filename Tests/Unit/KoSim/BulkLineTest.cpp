@@ -46,3 +46,10 @@ TEST(BulkLine, LeavesTheReserveFreeInALaterChunk)
     EXPECT_EQ(GetLaterChunkSize({BulkInterface::Uart, 0, false, 124}), 128U);
     EXPECT_EQ(GetLaterChunkSize({BulkInterface::I2c, 0, false, 1}), 250U);
 }
+
+TEST(BulkLineTest, FindsTheRateIndexOfAUart)
+{
+    EXPECT_EQ(FindUartRateIndex(9600), 0U);
+    EXPECT_EQ(FindUartRateIndex(230400), 7U);
+    EXPECT_EQ(FindUartRateIndex(460800), std::nullopt);
+}

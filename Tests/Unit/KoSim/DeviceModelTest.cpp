@@ -122,6 +122,16 @@ TEST(DeviceModelTest, RefusesBulkLinesWithoutBaudRate)
     EXPECT_THROW(DeviceModel{profile}, std::invalid_argument);
 }
 
+TEST(DeviceModelTest, RefusesALineWithNoStopBitsOrThree)
+{
+    for (const std::uint32_t count : {0U, 3U})
+    {
+        DeviceProfile profile;
+        profile.mLines[1].mStopBits = count;
+        EXPECT_THROW(DeviceModel{profile}, std::invalid_argument);
+    }
+}
+
 TEST(DeviceModelTest, GivesEachUartTheSettingsOfItsLine)
 {
     DeviceModel model(WithRealTiming());
@@ -256,4 +266,106 @@ TEST(DeviceModelTest, RefusesChipsWhereThereIsNoBus)
     EXPECT_THROW(model.SetI2cSlave(Port::Uart1, 0x50, nullptr), std::invalid_argument);
     EXPECT_THROW(model.SetI2cSlave(Port::Bulk0, 0x80, nullptr), std::invalid_argument);
     EXPECT_THROW(model.SetSpiSlave(Port::Uart0, nullptr), std::invalid_argument);
+}
+
+TEST(DeviceModelTest, HasSettingsForEveryPort)
+{
+    DeviceProfile profile;
+    profile.mHasBulkSelector = false;
+    profile.mLines[1].mBaudRate = 19200;
+    profile.mBulk0Line.mRateIndex = 1;
+    profile.mBulkLine = {38400, LineParity::Even, 8, 1};
+    DeviceModel model(profile);
+    FeatureTree& features = model.GetFeatures();
+
+    EXPECT_EQ(features.GetEnumValue("Uart0BaudRate"), "Baud115200");
+    EXPECT_EQ(features.GetEnumValue("Uart1BaudRate"), "Baud19200");
+    EXPECT_EQ(features.GetEnumValue("Bulk0BaudRate"), "Baud14400");
+    EXPECT_EQ(features.GetEnumValue("Bulk0Parity"), "None");
+    EXPECT_EQ(features.GetEnumValue("Bulk7BaudRate"), "Baud38400");
+    EXPECT_EQ(features.GetEnumValue("Bulk7Parity"), "Even");
+}
+
+TEST(DeviceModelTest, HasNoSettingsForAPortThatItDoesNotHave)
+{
+    DeviceProfile profile = DeviceProfile::UartOnly();
+    profile.mUartCount = 1;
+    DeviceModel model(profile);
+
+    EXPECT_TRUE(model.GetFeatures().Has("Uart0Parity"));
+    EXPECT_FALSE(model.GetFeatures().Has("Uart1Parity"));
+    EXPECT_FALSE(model.GetFeatures().Has("BulkParity"));
+}
+
+TEST(DeviceModelTest, SwitchesAUartToNewSettingsWhenItIsOpenedNext)
+{
+    DeviceModel model(WithRealTiming());
+    const auto sendAndWait = [&](Time aNow)
+    {
+        model.WriteRegister(REG_UART0_DATA, 'a', aNow);
+        const Time time = *model.GetDeadline() - aNow;
+        model.Advance(aNow + time);
+        return time;
+    };
+    model.WriteRegister(REG_INTERRUPT_ENABLE, 0x3, 0s);
+    model.SetEnumValue("Uart0BaudRate", "Baud9600");
+    model.WriteRegister(REG_INTERRUPT_ENABLE, 0x3, 0s);
+    EXPECT_EQ(sendAndWait(0s), 10ms);
+    model.WriteRegister(REG_INTERRUPT_ENABLE, 0x0, 1s);
+    EXPECT_EQ(sendAndWait(1s), 10ms);
+    model.WriteRegister(REG_INTERRUPT_ENABLE, 0x3, 2s);
+    EXPECT_EQ(sendAndWait(2s), Time(10s) / 9600);
+}
+
+TEST(DeviceModelTest, SwitchesABulkPortToNewSettingsWhenItIsOpenedNext)
+{
+    DeviceModel model(WithRealTiming());
+    const std::uint8_t frame[] = {0, 0, 0, 0, 0, 0, 0, 1, 'a', 0, 0, 0};
+    const auto sendAndWait = [&](Time aNow)
+    {
+        model.WriteBlock("Bulk3DownstreamData", frame, sizeof(frame), aNow);
+        const Time time = *model.GetDeadline() - aNow;
+        model.Advance(aNow + time);
+        return time;
+    };
+    model.SetEnumValue("EventSelector", "Bulk3UpstreamData");
+    model.SetEnumValue("EventNotification", "On");
+    model.SetEnumValue("BulkSelector", "Bulk3");
+    model.SetEnumValue("BulkBaudRate", "Baud9600");
+    EXPECT_EQ(sendAndWait(0s), Time(10s) / 115200);
+    model.SetEnumValue("EventNotification", "Off");
+    model.SetEnumValue("EventNotification", "On");
+    EXPECT_EQ(sendAndWait(1s), Time(10s) / 9600);
+}
+
+TEST(DeviceModelTest, ShowsTheRateOfBulk0InItsRegister)
+{
+    DeviceModel model{DeviceProfile()};
+    model.SetEnumValue("BulkBaudRate", "Baud9600");
+    EXPECT_EQ(GetBulkLine(model.ReadRegister(REG_BULK_0_CONFIG)).mRateIndex, 0U);
+    model.SetEnumValue("BulkSelector", "Bulk1");
+    model.SetEnumValue("BulkBaudRate", "Baud230400");
+    EXPECT_EQ(GetBulkLine(model.ReadRegister(REG_BULK_0_CONFIG)).mRateIndex, 0U);
+}
+
+TEST(DeviceModelTest, GarblesBothDirectionsOfALineWhoseEndsDoNotAgree)
+{
+    DeviceModel model{DeviceProfile()};
+    model.WriteRegister(REG_INTERRUPT_ENABLE, 0x3, 0s);
+    model.SetFarEndSettings(Port::Uart0, LineSettings{9600, LineParity::None, 8, 1});
+
+    model.WriteRegister(REG_UART0_DATA, 'a', 0s);
+    model.Advance(0s);
+    const std::string sent = TakeLineBytes(model.GetOutputs());
+    EXPECT_NE(sent, "a");
+    model.Receive(Port::Uart0, AsBytes(sent), sent.size(), 0s);
+    model.Advance(0s);
+    EXPECT_NE(TakeEvents(model.GetOutputs()).front().mBytes, "a");
+    EXPECT_EQ(model.GetLineStatistics(Port::Uart0).mFramingErrors, 2U);
+    EXPECT_EQ(model.GetLineStatistics(Port::Uart1).mFramingErrors, 0U);
+
+    model.SetFarEndSettings(Port::Uart0, std::nullopt);
+    model.WriteRegister(REG_UART0_DATA, 'a', 0s);
+    model.Advance(0s);
+    EXPECT_EQ(TakeLineBytes(model.GetOutputs()), "a");
 }

@@ -26,3 +26,13 @@ TEST(LineSettingsTest, MakeBytesFasterWithTheBaudRate)
     EXPECT_EQ(GetByteTime({10000, LineParity::None, 8, 1}), 1ms);
     EXPECT_EQ(GetByteTime({1000000, LineParity::None, 8, 1}), 10us);
 }
+
+TEST(LineSettingsTest, AreTheSameWhenEverySettingIs)
+{
+    const LineSettings settings = {9600, LineParity::Even, 7, 2};
+    EXPECT_TRUE(settings == (LineSettings{9600, LineParity::Even, 7, 2}));
+    EXPECT_FALSE(settings == (LineSettings{9601, LineParity::Even, 7, 2}));
+    EXPECT_FALSE(settings == (LineSettings{9600, LineParity::Odd, 7, 2}));
+    EXPECT_FALSE(settings == (LineSettings{9600, LineParity::Even, 8, 2}));
+    EXPECT_FALSE(settings == (LineSettings{9600, LineParity::Even, 7, 1}));
+}

@@ -46,3 +46,11 @@ TEST(LoopbackTest, CanBePluggedIntoAnotherLine)
     EXPECT_EQ(first.GetSent(), "");
     EXPECT_EQ(second.GetSent(), "A");
 }
+
+TEST(LoopbackTest, HasSettingsOnlyIfItIsGivenSome)
+{
+    const LineSettings settings = {9600, LineParity::Even, 7, 2};
+
+    EXPECT_FALSE(Loopback().GetSettings());
+    EXPECT_TRUE(Loopback(settings).GetSettings() == settings);
+}

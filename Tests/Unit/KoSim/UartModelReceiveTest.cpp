@@ -41,7 +41,7 @@ protected:
     }
 
     OutputQueue mOutputs;
-    UartModel mUart{Port::Uart0, 10ms, mOutputs};
+    UartModel mUart{Port::Uart0, LineTiming::Real, {1000, LineParity::None, 8, 1}, mOutputs};
 };
 
 TEST_F(UartModelReceiveTest, ReportsBytesAtThePaceOfTheLine)
@@ -76,7 +76,7 @@ TEST_F(UartModelReceiveTest, ReportsWithTheStatusAndTheNumberOfBytes)
 
 TEST_F(UartModelReceiveTest, ReportsForTheSecondUartTwoBitsHigher)
 {
-    UartModel uart(Port::Uart1, 0ms, mOutputs);
+    UartModel uart(Port::Uart1, LineTiming::Instant, LineSettings(), mOutputs);
     const std::uint8_t byte = 0xFF;
     uart.EnableInterrupts(true, true);
     uart.Receive(&byte, 1, 0ms);
@@ -260,7 +260,7 @@ TEST_F(UartModelReceiveTest, IsDueWhenTheFirstOfTransmissionAndReceptionIs)
 TEST_F(UartModelReceiveTest, ReportsEverythingAtOnceOnAnInstantLine)
 {
     const std::string text = MakeText(128);
-    UartModel uart(Port::Uart0, 0ms, mOutputs);
+    UartModel uart(Port::Uart0, LineTiming::Instant, LineSettings(), mOutputs);
     uart.EnableInterrupts(true, true);
     uart.Receive(AsBytes(text), text.size(), 3ms);
     uart.Advance(3ms);

@@ -13,7 +13,7 @@ class UartModelTransmitTest : public ::testing::Test
 {
 protected:
     OutputQueue mOutputs;
-    UartModel mUart{Port::Uart0, GetByteTime({1000, LineParity::None, 8, 1}), mOutputs};
+    UartModel mUart{Port::Uart0, LineTiming::Real, {1000, LineParity::None, 8, 1}, mOutputs};
 };
 
 TEST_F(UartModelTransmitTest, HasNothingToDoAtFirst)
@@ -132,7 +132,7 @@ TEST_F(UartModelTransmitTest, ConfirmsBeforeItReportsAByteThatArrivesAtTheSameTi
 
 TEST_F(UartModelTransmitTest, ConfirmsForTheSecondUartTwoBitsHigher)
 {
-    UartModel uart(Port::Uart1, 10ms, mOutputs);
+    UartModel uart(Port::Uart1, LineTiming::Real, {1000, LineParity::None, 8, 1}, mOutputs);
     uart.EnableInterrupts(true, true);
     uart.WriteData('A', 0ms);
     uart.Advance(10ms);
@@ -145,7 +145,7 @@ TEST_F(UartModelTransmitTest, ConfirmsForTheSecondUartTwoBitsHigher)
 
 TEST_F(UartModelTransmitTest, NeedsNoTimeOnAnInstantLine)
 {
-    UartModel uart(Port::Uart0, 0ms, mOutputs);
+    UartModel uart(Port::Uart0, LineTiming::Instant, LineSettings(), mOutputs);
     uart.WriteData('A', 3ms);
     EXPECT_EQ(uart.GetDeadline(), Time(3ms));
     uart.Advance(3ms);

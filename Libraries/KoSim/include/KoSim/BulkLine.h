@@ -4,6 +4,7 @@
 #include <KoSim/LineSettings.h>
 
 #include <cstdint>
+#include <optional>
 
 namespace KoSim
 {
@@ -30,6 +31,9 @@ KO_SIM_API std::uint32_t GetBulkConfig(const BulkLine& aLine);
 
 /// The settings in a value of the configuration register.
 KO_SIM_API BulkLine GetBulkLine(std::uint32_t aConfig);
+
+/// The rate index that gives a UART that baud rate; nothing when none does.
+KO_SIM_API std::optional<std::uint32_t> FindUartRateIndex(std::uint32_t aBaudRate);
 
 /// Bits per second on the line.
 KO_SIM_API std::uint32_t GetBitRate(const BulkLine& aLine);

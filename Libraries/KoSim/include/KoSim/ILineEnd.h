@@ -1,7 +1,10 @@
 #pragma once
 
+#include <KoSim/LineSettings.h>
+
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 
 namespace KoSim
 {
@@ -29,6 +32,10 @@ protected:
 class ILineEnd
 {
 public:
+    /// The settings of this end, asked for before Attach(). Bytes turn to garbage in both directions while those of the
+    /// device differ. Nothing for an end that follows the device.
+    virtual std::optional<LineSettings> GetSettings() const { return std::nullopt; }
+
     /// Connects this end with its line. aLine stays valid until Detach() has returned.
     virtual void Attach(ILine& aLine) = 0;
 

@@ -32,6 +32,12 @@ struct LineSettings
     std::uint32_t mStopBits = 1;
 };
 
+constexpr bool operator==(const LineSettings& aLeft, const LineSettings& aRight)
+{
+    return aLeft.mBaudRate == aRight.mBaudRate && aLeft.mParity == aRight.mParity &&
+           aLeft.mDataBits == aRight.mDataBits && aLeft.mStopBits == aRight.mStopBits;
+}
+
 /// Time that one byte takes: start bit, data bits, parity bit if any, stop bits.
 constexpr Time GetByteTime(const LineSettings& aSettings)
 {

@@ -15,6 +15,9 @@ struct LineStatistics
     std::uint64_t mLostBytes = 0;     ///< came from the far end and found no room, or no host that listened
     std::uint64_t mTxOverruns = 0;    ///< handed over by the host and lost: the transmitter had no room, or was reset
 
+    /// Arrived as garbage, at the device or at the far end, because the two do not agree on the settings of the line.
+    std::uint64_t mFramingErrors = 0;
+
     std::uint64_t mMalformedFrames = 0; ///< written by the host to a bulk port in features, and dropped
 
     /// @name Bulk port 0 in the register block, with LineTiming::Real
@@ -33,6 +36,7 @@ constexpr LineStatistics operator+(const LineStatistics& aLeft, const LineStatis
     sum.mReceivedBytes += aRight.mReceivedBytes;
     sum.mLostBytes += aRight.mLostBytes;
     sum.mTxOverruns += aRight.mTxOverruns;
+    sum.mFramingErrors += aRight.mFramingErrors;
     sum.mMalformedFrames += aRight.mMalformedFrames;
     sum.mBusyTime += aRight.mBusyTime;
     sum.mIdleTime += aRight.mIdleTime;
