@@ -35,6 +35,14 @@
 #define KO_FAIL_IN(aFunction, aLogger, aCode, ...)                                                                     \
     KoSerialLib::ToKoResult((aLogger).LogResult(aCode, __FILE__, __LINE__, aFunction, __VA_ARGS__))
 
+/// As KO_FAIL for a logger that is a pointer, NULL when there is none; yields the KuUtilsLib::Result to return.
+#define KO_FAIL_RESULT(aLogger, aCode, ...) KO_FAIL_RESULT_IN(__func__, aLogger, aCode, __VA_ARGS__)
+
+/// As KO_FAIL_RESULT, for a helper that fails on behalf of the operation named aFunction.
+#define KO_FAIL_RESULT_IN(aFunction, aLogger, aCode, ...)                                                              \
+    ((aLogger) == nullptr ? KuUtilsLib::Result(aCode)                                                                  \
+                          : (aLogger)->LogResult(aCode, __FILE__, __LINE__, aFunction, __VA_ARGS__))
+
 namespace KoSerialLib
 {
 

@@ -1,14 +1,13 @@
 #pragma once
 
 #include "AllocationCounter.h"
-#include "BareHostTest.h"
+#include "StoryTest.h"
 
 #include <IRegisterSerialPort.h>
 
 #include <algorithm>
 #include <cstddef>
 #include <numeric>
-#include <utility>
 
 constexpr auto BULK2 = KoDeviceSerialBulk2;
 constexpr auto DOWNSTREAM = "Bulk2DownstreamData";
@@ -114,19 +113,13 @@ public:
 };
 
 /// The feature engine on a scripted device with bulk port 2, whose registers are 32 bytes down and 512 bytes up.
-class FeaturePortTest : public BareHostTest
+class FeaturePortTest : public StoryTest
 {
 protected:
     explicit FeaturePortTest(bool aSPIMode = false) : mPort(aSPIMode)
     {
         AddBulkPort(mDevice, 2);
         AddEventFeatures(mDevice);
-        mDevice.mOnCall = [this](const std::string& aCall)
-        {
-            EXPECT_TRUE(mHost.GetHeld().empty()) << aCall << " is called with a lock held";
-            TellEntries();
-            mStory.push_back(aCall);
-        };
     }
 
     ~FeaturePortTest() override
@@ -143,23 +136,6 @@ protected:
     {
         ASSERT_TRUE(mPort.Open(&mDevice, BULK2).IsOK());
         Forget();
-    }
-
-    void Forget()
-    {
-        mDevice.TakeCalls();
-        TakeStory();
-        mHost.mLog.clear();
-        mHost.mTaken.clear();
-        mTold = 0;
-    }
-
-    /// The calls of the device and the log entries since the last time this was asked, in order. An entry is
-    /// "[<level>] <text>", or "[<level> <code>] <text>" for a failure.
-    Texts TakeStory()
-    {
-        TellEntries();
-        return std::exchange(mStory, {});
     }
 
     KoResult Write(const Bytes& aBytes)
@@ -220,18 +196,4 @@ protected:
 
     TestFeaturePort mPort;
     std::uint32_t mWritten = 0;
-
-private:
-    void TellEntries()
-    {
-        for (; mTold < mHost.mLog.size(); ++mTold)
-        {
-            const LogEntry& entry = mHost.mLog[mTold];
-            const std::string code = entry.mCode == 0 ? "" : ' ' + std::to_string(entry.mCode);
-            mStory.push_back('[' + std::to_string(entry.mLevel) + code + "] " + entry.mText);
-        }
-    }
-
-    Texts mStory;
-    std::size_t mTold = 0;
 };

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <gtest/gtest.h>
+#include <rapidcheck.h>
+
+#include <sstream>
+#include <string>
+
+/// Checks a property with RapidCheck on aCases random cases. A failure of the test shows the smallest case that breaks
+/// the property, and how to see it again.
+template <typename Property>
+void CheckProperty(int aCases, Property aProperty)
+{
+    const ::testing::TestInfo& test = *::testing::UnitTest::GetInstance()->current_test_info();
+    rc::detail::TestMetadata metadata;
+    metadata.id = std::string(test.test_suite_name()) + '/' + test.name();
+    metadata.description = test.name();
+    rc::detail::TestParams parameters = rc::detail::configuration().testParams;
+    parameters.maxSuccess = aCases;
+
+    const rc::detail::TestResult result = rc::detail::checkTestable(aProperty, metadata, parameters);
+    if (!result.is<rc::detail::SuccessResult>())
+    {
+        std::ostringstream text;
+        rc::detail::printResultMessage(result, text);
+        ADD_FAILURE() << text.str();
+    }
+}
