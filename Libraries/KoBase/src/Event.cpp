@@ -1,48 +1,62 @@
 #include <KuUtilsLib/Event.h>
 
+#include "Futex.h"
+
 #include <KoResult.h>
 
-#include <chrono>
+#include <climits>
 
 namespace KuUtilsLib
 {
-
-Event::Event(bool aManualReset) : mManualReset(aManualReset) {}
-
-Result Event::Set()
+namespace
 {
+
+timespec GetDeadline(std::uint32_t aTimeoutMs)
+{
+    constexpr long NS_PER_MS = 1000000;
+    constexpr long NS_PER_SECOND = 1000000000;
+    timespec time = {};
+    ::clock_gettime(CLOCK_MONOTONIC, &time);
+    time.tv_sec += aTimeoutMs / 1000;
+    time.tv_nsec += aTimeoutMs % 1000 * NS_PER_MS;
+    if (time.tv_nsec >= NS_PER_SECOND)
     {
-        const std::lock_guard<std::mutex> lock(mMutex);
-        mSet = true;
+        ++time.tv_sec;
+        time.tv_nsec -= NS_PER_SECOND;
     }
-    if (mManualReset)
-    {
-        mCondition.notify_all();
-    }
-    else
-    {
-        mCondition.notify_one();
-    }
-    return Result(KoResult::OK);
+    return time;
 }
 
-Result Event::Reset()
-{
-    const std::lock_guard<std::mutex> lock(mMutex);
-    mSet = false;
-    return Result(KoResult::OK);
-}
+} // namespace
 
-Result Event::Wait_ms(std::uint32_t aTimeoutMs)
+Result Event::Sleep(std::uint32_t aTimeoutMs)
 {
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(aTimeoutMs);
-    std::unique_lock<std::mutex> lock(mMutex);
-    if (!mCondition.wait_until(lock, deadline, [this] { return mSet; }))
+    if (aTimeoutMs == 0)
     {
         return Result(KoResult::TIMEOUT);
     }
-    mSet = mManualReset;
+    const timespec deadline = GetDeadline(aTimeoutMs);
+    bool hasTime = true;
+    // Others may sleep beside this thread, so what it takes it leaves awaited.
+    while (!Take(AWAITED))
+    {
+        if (!hasTime)
+        {
+            return Result(KoResult::TIMEOUT);
+        }
+        std::uint32_t expected = CLEAR;
+        mState.compare_exchange_strong(expected, AWAITED, std::memory_order_relaxed);
+        if (expected != SET)
+        {
+            hasTime = SleepWhile(mState, AWAITED, &deadline);
+        }
+    }
     return Result(KoResult::OK);
+}
+
+void Event::Wake()
+{
+    WakeSleepers(mState, mManualReset ? INT_MAX : 1);
 }
 
 } // namespace KuUtilsLib

@@ -1,6 +1,6 @@
 #include <KuUtilsLib/Mutex.h>
 
-#include <KoResult.h>
+#include "Futex.h"
 
 namespace KuUtilsLib
 {
@@ -13,15 +13,18 @@ Mutex::Mutex(bool* aAlreadyExists, const char* /*aName*/)
     }
 }
 
-Result Mutex::Wait()
+void Mutex::Sleep()
 {
-    mMutex.lock();
-    return Result(KoResult::OK);
+    // Others may sleep beside this thread, so it owns the mutex as an awaited one.
+    while (mState.exchange(AWAITED, std::memory_order_acquire) != FREE)
+    {
+        SleepWhile(mState, AWAITED, nullptr);
+    }
 }
 
-void Mutex::Release()
+void Mutex::Wake()
 {
-    mMutex.unlock();
+    WakeSleepers(mState, 1);
 }
 
 } // namespace KuUtilsLib

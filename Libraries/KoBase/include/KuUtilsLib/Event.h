@@ -3,39 +3,73 @@
 #include <KoBaseExport.h>
 #include <KuUtilsLib/Result.h>
 
-#include <condition_variable>
+#include <atomic>
 #include <cstdint>
-#include <mutex>
 
 namespace KuUtilsLib
 {
 
 /// A flag that one thread sets and others wait for. Every operation may be called from any thread.
+///
+/// Nothing enters the kernel but a wait that must sleep, and a Set() that has somebody to wake.
 class KO_BASE_API Event
 {
 public:
     /// Creates an event that is not set.
     /// @param aManualReset true: once set, the event stays set until Reset(); false: a successful wait resets it
-    explicit Event(bool aManualReset);
+    explicit Event(bool aManualReset) : mManualReset(aManualReset) {}
 
     Event(const Event&) = delete;
     Event& operator=(const Event&) = delete;
 
     /// Sets the event and wakes those who wait: all of them, or one when a wait resets the event. Always succeeds.
-    Result Set();
+    Result Set()
+    {
+        if (mState.exchange(SET, std::memory_order_release) == AWAITED)
+        {
+            Wake();
+        }
+        return Result(0);
+    }
 
     /// Takes the signal back. Always succeeds.
-    Result Reset();
+    Result Reset()
+    {
+        ReplaceSet(CLEAR);
+        return Result(0);
+    }
 
     /// Waits until the event is set, at most aTimeoutMs milliseconds of a monotonic clock; 0 only looks.
     /// @return OK when the event was set in time, TIMEOUT otherwise
-    Result Wait_ms(std::uint32_t aTimeoutMs);
+    Result Wait_ms(std::uint32_t aTimeoutMs) { return Take(CLEAR) ? Result(0) : Sleep(aTimeoutMs); }
 
 private:
+    enum State : std::uint32_t
+    {
+        CLEAR,
+        SET,
+        AWAITED, ///< clear, and somebody may sleep
+    };
+
+    /// SET becomes aState; false when the state was another one.
+    bool ReplaceSet(std::uint32_t aState)
+    {
+        std::uint32_t expected = SET;
+        return mState.load(std::memory_order_relaxed) == SET &&
+               mState.compare_exchange_strong(expected, aState, std::memory_order_acquire, std::memory_order_relaxed);
+    }
+
+    /// True when the event was set; unless that lasts, it is aState from now on.
+    bool Take(std::uint32_t aState)
+    {
+        return mManualReset ? mState.load(std::memory_order_acquire) == SET : ReplaceSet(aState);
+    }
+
+    Result Sleep(std::uint32_t aTimeoutMs);
+    void Wake();
+
     const bool mManualReset;
-    std::mutex mMutex;
-    std::condition_variable mCondition;
-    bool mSet = false;
+    std::atomic<std::uint32_t> mState{CLEAR};
 };
 
 } // namespace KuUtilsLib

@@ -3,12 +3,15 @@
 #include <KoBaseExport.h>
 #include <KuUtilsLib/Result.h>
 
-#include <mutex>
+#include <atomic>
+#include <cstdint>
 
 namespace KuUtilsLib
 {
 
 /// A lock between the threads of this process. Not recursive: a thread must not wait for a mutex that it owns.
+///
+/// Nothing enters the kernel unless two threads meet.
 class KO_BASE_API Mutex
 {
 public:
@@ -21,13 +24,37 @@ public:
     Mutex& operator=(const Mutex&) = delete;
 
     /// Blocks until the calling thread owns the mutex. Always succeeds.
-    Result Wait();
+    Result Wait()
+    {
+        std::uint32_t expected = FREE;
+        if (!mState.compare_exchange_strong(expected, OWNED, std::memory_order_acquire, std::memory_order_relaxed))
+        {
+            Sleep();
+        }
+        return Result(0);
+    }
 
     /// Gives the mutex up; only its owner may call this.
-    void Release();
+    void Release()
+    {
+        if (mState.exchange(FREE, std::memory_order_release) == AWAITED)
+        {
+            Wake();
+        }
+    }
 
 private:
-    std::mutex mMutex;
+    enum State : std::uint32_t
+    {
+        FREE,
+        OWNED,
+        AWAITED, ///< owned, and somebody may sleep
+    };
+
+    void Sleep();
+    void Wake();
+
+    std::atomic<std::uint32_t> mState{FREE};
 };
 
 } // namespace KuUtilsLib
