@@ -29,6 +29,7 @@ constexpr const char* DEVICE_HELP =
 
 constexpr const char* FOOTER =
     "Ports are uart0, uart1 and bulk0 to bulk7.\n"
+    "The numbers of the commands for buses can be decimal, 0x... or 0b...\n"
     "Exit status: 0 success, 1 the device or a file failed, 2 wrong usage, 130 after Ctrl-C.\n"
     "The environment variable KO_LOG (error, warning, info, debug) shows the log of the library.\n";
 
@@ -41,9 +42,30 @@ void QuietenLog()
     }
 }
 
+void AddI2cCommands(CLI::App& aApp, const std::string& aDeviceUri)
+{
+    CLI::App* const group = aApp.add_subcommand("i2c", "Talk to the slaves on an I2C bus");
+    group->require_subcommand(1);
+    AddI2cScanCommand(*group, aDeviceUri);
+    AddI2cReadCommand(*group, aDeviceUri);
+    AddI2cWriteCommand(*group, aDeviceUri);
+    AddI2cDumpCommand(*group, aDeviceUri);
+    AddI2cTransferCommand(*group, aDeviceUri);
+}
+
+void AddSpiCommands(CLI::App& aApp, const std::string& aDeviceUri)
+{
+    CLI::App* const group = aApp.add_subcommand("spi", "Talk to the slave on an SPI bus");
+    group->require_subcommand(1);
+    AddSpiTransferCommand(*group, aDeviceUri);
+    AddFlashIdCommand(*group, aDeviceUri);
+    AddFlashReadCommand(*group, aDeviceUri);
+    AddFlashWriteCommand(*group, aDeviceUri);
+}
+
 void Parse(int aArgumentCount, const char* const* aArguments)
 {
-    CLI::App app("Serial ports of devices: shows, sends, receives.", "koserial");
+    CLI::App app("Serial ports and buses of devices.", "koserial");
     std::string deviceUri = "sim";
     app.add_option("--device", deviceUri, DEVICE_HELP)->type_name("URI");
     app.set_version_flag("--version", "koserial " KOSERIAL_VERSION);
@@ -56,6 +78,8 @@ void Parse(int aArgumentCount, const char* const* aArguments)
     AddSendCommand(app, deviceUri);
     AddRecvCommand(app, deviceUri);
     AddDemoCommand(app, deviceUri);
+    AddI2cCommands(app, deviceUri);
+    AddSpiCommands(app, deviceUri);
     try
     {
         app.parse(aArgumentCount, aArguments);

@@ -19,6 +19,17 @@ void AddTermCommand(CLI::App& aApp, const std::string& aDeviceUri);
 void AddSendCommand(CLI::App& aApp, const std::string& aDeviceUri);
 void AddRecvCommand(CLI::App& aApp, const std::string& aDeviceUri);
 void AddDemoCommand(CLI::App& aApp, const std::string& aDeviceUri);
+
+void AddI2cScanCommand(CLI::App& aGroup, const std::string& aDeviceUri);
+void AddI2cReadCommand(CLI::App& aGroup, const std::string& aDeviceUri);
+void AddI2cWriteCommand(CLI::App& aGroup, const std::string& aDeviceUri);
+void AddI2cDumpCommand(CLI::App& aGroup, const std::string& aDeviceUri);
+void AddI2cTransferCommand(CLI::App& aGroup, const std::string& aDeviceUri);
+
+void AddSpiTransferCommand(CLI::App& aGroup, const std::string& aDeviceUri);
+void AddFlashIdCommand(CLI::App& aGroup, const std::string& aDeviceUri);
+void AddFlashReadCommand(CLI::App& aGroup, const std::string& aDeviceUri);
+void AddFlashWriteCommand(CLI::App& aGroup, const std::string& aDeviceUri);
 /// @}
 
 } // namespace KoTool

@@ -51,4 +51,14 @@ KoDeviceSerial ParsePortName(const std::string& aName)
     return port;
 }
 
+KoDeviceSerial ParseBulkPortName(const std::string& aName)
+{
+    const KoDeviceSerial port = ParsePortName(aName);
+    if (port < KoDeviceSerialBulk0)
+    {
+        throw MakeUsageFailure(std::string(GetPortName(port)) + " is a UART: buses run on the ports bulk0 to bulk7");
+    }
+    return port;
+}
+
 } // namespace KoTool

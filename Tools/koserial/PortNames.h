@@ -23,4 +23,7 @@ KoDeviceSerial FindPort(const std::string& aName);
 /// @throws Failure with STATUS_USAGE for an unknown name
 KoDeviceSerial ParsePortName(const std::string& aName);
 
+/// As ParsePortName(), but the port must be one that can run a bus: "bulk0", ..., "bulk7".
+KoDeviceSerial ParseBulkPortName(const std::string& aName);
+
 } // namespace KoTool

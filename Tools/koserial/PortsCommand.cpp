@@ -1,13 +1,16 @@
 #include "Commands.h"
+#include "CommonOptions.h"
 #include "PortNames.h"
 #include "SimulatedSetup.h"
 
 #include <KoDeviceSerialPort.h>
 
 #include <CLI/CLI.hpp>
+#include <nlohmann/json.hpp>
 
 #include <iomanip>
 #include <iostream>
+#include <memory>
 
 namespace KoTool
 {
@@ -21,15 +24,14 @@ void PrintRow(const std::string& aPort, const std::string& aSupported, const std
               << std::setw(11) << aInterface << aBitRate << '\n';
 }
 
-void RunPorts(const std::string& aDeviceUri)
+void PrintTable(SimulatedSetup& aSetup)
 {
-    SimulatedSetup setup(ParseDeviceUri(aDeviceUri));
     PrintRow("PORT", "SUPPORTED", "ENGINE", "INTERFACE", "BAUD");
     for (const KoDeviceSerial port : ALL_PORTS)
     {
-        if (KoDeviceSerialPort::IsSupported(&setup.GetDevice(), port))
+        if (KoDeviceSerialPort::IsSupported(&aSetup.GetDevice(), port))
         {
-            const LineDescription line = setup.DescribeLine(port);
+            const LineDescription line = aSetup.DescribeLine(port);
             PrintRow(GetPortName(port), "yes", line.mEngine, line.mInterface, std::to_string(line.mBitRate));
         }
         else
@@ -39,12 +41,49 @@ void RunPorts(const std::string& aDeviceUri)
     }
 }
 
+/// Every port has all keys: null stands for what a port that is not there does not have.
+nlohmann::ordered_json MakeJson(SimulatedSetup& aSetup, KoDeviceSerial aPort)
+{
+    const bool isSupported = KoDeviceSerialPort::IsSupported(&aSetup.GetDevice(), aPort);
+    nlohmann::ordered_json json = {{"port", GetPortName(aPort)},
+                                   {"supported", isSupported},
+                                   {"engine", nullptr},
+                                   {"interface", nullptr},
+                                   {"baud", nullptr}};
+    if (isSupported)
+    {
+        const LineDescription line = aSetup.DescribeLine(aPort);
+        json["engine"] = line.mEngine;
+        json["interface"] = line.mInterface;
+        json["baud"] = line.mBitRate;
+    }
+    return json;
+}
+
+void RunPorts(const std::string& aDeviceUri, bool aJson)
+{
+    SimulatedSetup setup(ParseDeviceUri(aDeviceUri));
+    if (!aJson)
+    {
+        PrintTable(setup);
+        return;
+    }
+    nlohmann::ordered_json json;
+    for (const KoDeviceSerial port : ALL_PORTS)
+    {
+        json["ports"].push_back(MakeJson(setup, port));
+    }
+    std::cout << json << '\n';
+}
+
 } // namespace
 
 void AddPortsCommand(CLI::App& aApp, const std::string& aDeviceUri)
 {
+    const auto json = std::make_shared<bool>(false);
     CLI::App* const command = aApp.add_subcommand("ports", "Show which ports the device offers");
-    command->callback([&aDeviceUri] { RunPorts(aDeviceUri); });
+    AddJson(*command, *json);
+    command->callback([json, &aDeviceUri] { RunPorts(aDeviceUri, *json); });
 }
 
 } // namespace KoTool

@@ -2,6 +2,8 @@
 
 #include <Failure.h>
 
+#include "Support/Complaint.h"
+
 #include <gtest/gtest.h>
 
 using namespace KoTool;
@@ -45,4 +47,13 @@ TEST(PortNames, AreListedWhenOneIsUnknown)
                                           "bulk6 and bulk7");
         }
     }
+}
+
+TEST(PortNames, TellBulkPortsFromUarts)
+{
+    EXPECT_EQ(ParseBulkPortName("bulk0"), KoDeviceSerialBulk0);
+    EXPECT_EQ(ParseBulkPortName("Bulk7"), KoDeviceSerialBulk7);
+    EXPECT_EQ(GetComplaint(STATUS_USAGE, [] { ParseBulkPortName("UART1"); }),
+              "uart1 is a UART: buses run on the ports bulk0 to bulk7");
+    EXPECT_THROW(ParseBulkPortName("bulk8"), Failure);
 }

@@ -1,6 +1,9 @@
 #include "Support/Program.h"
 
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+using Json = nlohmann::json;
 
 TEST(PortsProgram, ShowsAllTenPorts)
 {
@@ -46,4 +49,19 @@ TEST(PortsProgram, MakesNoPseudoTerminal)
     const Outcome outcome = RunKoserial({"--device", "sim,uart0=pty,uart1=pty:" + taken, "ports"});
     EXPECT_EQ(outcome.mStatus, 0);
     EXPECT_EQ(outcome.mErrors, "");
+}
+
+TEST(PortsProgram, PrintsJson)
+{
+    const Outcome outcome = RunKoserial({"--device", "sim:not-gige-vision,baud=9600", "ports", "--json"});
+    EXPECT_EQ(outcome.mStatus, 0);
+    const Json ports = Json::parse(outcome.mOutput)["ports"];
+    ASSERT_EQ(ports.size(), 10U);
+    EXPECT_EQ(
+        ports[0],
+        Json(
+            {{"port", "uart0"}, {"supported", false}, {"engine", nullptr}, {"interface", nullptr}, {"baud", nullptr}}));
+    EXPECT_EQ(
+        ports[9],
+        Json({{"port", "bulk7"}, {"supported", true}, {"engine", "features"}, {"interface", "uart"}, {"baud", 9600}}));
 }

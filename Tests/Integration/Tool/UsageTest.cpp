@@ -42,6 +42,12 @@ TEST(Usage, NamesTheArgumentThatIsMissing)
     EXPECT_EQ(GetComplaint({"send", "uart0"}), "FILE is required");
     EXPECT_EQ(GetComplaint({"recv", "uart0", "--timeout", "10"}), "--bytes is required");
     EXPECT_EQ(GetComplaint({"recv", "uart0", "--bytes", "10"}), "--timeout is required");
+    EXPECT_EQ(GetComplaint({"i2c", "scan"}), "PORT is required");
+    EXPECT_EQ(GetComplaint({"i2c", "read", "bulk0", "--count", "1"}), "ADDR is required");
+    EXPECT_EQ(GetComplaint({"i2c", "read", "bulk0", "0x50"}), "--count is required");
+    EXPECT_EQ(GetComplaint({"i2c", "write", "bulk0", "0x50"}), "BYTE is required");
+    EXPECT_EQ(GetComplaint({"i2c", "transfer", "bulk0"}), "MESSAGE is required");
+    EXPECT_EQ(GetComplaint({"spi", "flash-read", "bulk0"}), "FILE is required");
     EXPECT_EQ(GetComplaint({"--device"}), "--device: 1 required URI missing");
 }
 
@@ -71,10 +77,21 @@ TEST(Usage, RefusesAnUnknownDeviceInEveryCommand)
     EXPECT_EQ(GetComplaint({"--device", "usb", "send", "uart0", "-"}), complaint);
     EXPECT_EQ(GetComplaint({"--device", "usb", "recv", "uart0", "--bytes", "1", "--timeout", "1"}), complaint);
     EXPECT_EQ(GetComplaint({"--device", "usb", "demo"}), complaint);
+    EXPECT_EQ(GetComplaint({"--device", "usb", "i2c", "scan", "bulk0"}), complaint);
+    EXPECT_EQ(GetComplaint({"--device", "usb", "i2c", "read", "bulk0", "0x50", "--count", "1"}), complaint);
+    EXPECT_EQ(GetComplaint({"--device", "usb", "i2c", "write", "bulk0", "0x50", "1"}), complaint);
+    EXPECT_EQ(GetComplaint({"--device", "usb", "i2c", "dump", "bulk0", "0x50"}), complaint);
+    EXPECT_EQ(GetComplaint({"--device", "usb", "i2c", "transfer", "bulk0", "r1@0x50"}), complaint);
+    EXPECT_EQ(GetComplaint({"--device", "usb", "spi", "transfer", "bulk0", "--read", "1"}), complaint);
+    EXPECT_EQ(GetComplaint({"--device", "usb", "spi", "flash-id", "bulk0"}), complaint);
+    EXPECT_EQ(GetComplaint({"--device", "usb", "spi", "flash-read", "bulk0", "-"}), complaint);
+    EXPECT_EQ(GetComplaint({"--device", "usb", "spi", "flash-write", "bulk0", "-"}), complaint);
 }
 
 TEST(Usage, TakesTheDeviceAfterTheCommandToo)
 {
+    EXPECT_EQ(RunKoserial({"i2c", "read", "bulk0", "0x48", "--count", "2", "--device", "sim,timing=instant"}).mOutput,
+              "0x19 0x00\n");
     const Outcome outcome = RunKoserial({"ports", "--device", "sim,baud=9600"});
     EXPECT_EQ(outcome.mStatus, 0);
     EXPECT_TRUE(Contains(outcome.mOutput, "uart0  yes        registers  uart       9600\n"));

@@ -1,0 +1,66 @@
+#pragma once
+
+#include "Bytes.h"
+#include "I2cMessages.h"
+
+#include <KoDeviceI2CBus.h>
+#include <KoDeviceSerial.h>
+
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <vector>
+
+class IKoDeviceAdapter;
+
+namespace KoTool
+{
+
+class SimulatedSetup;
+
+/// An I2C bus that is open.
+class OpenI2cBus
+{
+public:
+    /// @param aDevice the device; must outlive the object
+    /// @param aPort a bulk port
+    /// @param aFastMode whether the bus runs at 400 kHz; otherwise it runs at 100 kHz
+    /// @throws Failure when the bus cannot be opened
+    OpenI2cBus(IKoDeviceAdapter& aDevice, KoDeviceSerial aPort, bool aFastMode);
+
+    /// Closes the bus if it is open.
+    ~OpenI2cBus();
+
+    OpenI2cBus(const OpenI2cBus&) = delete;
+    OpenI2cBus& operator=(const OpenI2cBus&) = delete;
+
+    /// True when a slave sends a byte that it is asked for. When there is none that takes 50 ms.
+    /// @throws Failure
+    bool IsPresent(std::uint8_t aAddress);
+
+    /// Carries out messages, with repeated starts in between. Whether a slave takes what is written the bus does not
+    /// tell.
+    /// @return what was read, by message; empty for a write
+    /// @throws Failure, also when not all bytes come; before anything is sent when a write is too long for the port
+    std::vector<Bytes> Transfer(const std::vector<I2cMessage>& aMessages);
+
+    /// @throws Failure
+    void Close();
+
+private:
+    void CheckLength(const I2cMessage& aMessage) const;
+    Bytes Execute(const I2cMessage& aMessage, bool aStop);
+    void Write(const I2cMessage& aMessage, bool aStop);
+    Bytes Read(const I2cMessage& aMessage, bool aStop);
+
+    const std::string mName;
+    const bool mFastMode;
+    const std::uint32_t mLongestWrite;
+    KoDeviceI2CBus mBus;
+};
+
+/// Puts a port into I2C mode, runs aAction on the bus, and puts the port back into the mode that it had.
+void WithI2cBus(SimulatedSetup& aSetup, KoDeviceSerial aPort, bool aFastMode,
+                const std::function<void(OpenI2cBus&)>& aAction);
+
+} // namespace KoTool
