@@ -20,7 +20,7 @@ namespace
 constexpr const char* DEVICE_HELP =
     "The device: sim[:PROFILE][,KEY=VALUE...]\n"
     "  a simulated device, which lives as long as the command; the profile is full\n"
-    "    uart0=, uart1=  far end of the UART: console, loopback, pty[:LINK] or null\n"
+    "    uart0=, uart1=  far end of the UART: console, loopback[:RATE], pty[:LINK] or null\n"
     "    timing=         real or instant\n"
     "    baud=           speed of both lines, 50 to 4000000\n"
     "    id=             identity text of the device\n"
@@ -74,6 +74,7 @@ void Parse(int aArgumentCount, const char* const* aArguments)
     app.footer(FOOTER);
 
     AddPortsCommand(app, deviceUri);
+    AddConfigCommand(app, deviceUri);
     AddTermCommand(app, deviceUri);
     AddSendCommand(app, deviceUri);
     AddRecvCommand(app, deviceUri);

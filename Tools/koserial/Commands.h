@@ -15,6 +15,7 @@ namespace KoTool
 /// and reports by throwing a Failure. The device URI has its value by then and outlives the command.
 /// @{
 void AddPortsCommand(CLI::App& aApp, const std::string& aDeviceUri);
+void AddConfigCommand(CLI::App& aApp, const std::string& aDeviceUri);
 void AddTermCommand(CLI::App& aApp, const std::string& aDeviceUri);
 void AddSendCommand(CLI::App& aApp, const std::string& aDeviceUri);
 void AddRecvCommand(CLI::App& aApp, const std::string& aDeviceUri);

@@ -18,6 +18,8 @@ constexpr std::uint32_t SLOWEST_BAUD_RATE = 50;
 constexpr std::uint32_t FASTEST_BAUD_RATE = 4000000;
 
 const std::string PTY_WITH_LINK = "pty:";
+const std::string LOOPBACK_WITH_RATE = "loopback:";
+const char* const FAR_ENDS = "console, loopback, loopback:RATE, pty, pty:LINK or null";
 
 struct Setting
 {
@@ -31,6 +33,25 @@ Failure MakeValueFailure(const Setting& aSetting, const std::string& aAccepted)
                             aAccepted);
 }
 
+std::uint32_t ParseBaudRate(const Setting& aSetting)
+{
+    std::uint32_t rate = 0;
+    const char* const end = aSetting.mValue.data() + aSetting.mValue.size();
+    const std::from_chars_result parsed = std::from_chars(aSetting.mValue.data(), end, rate);
+    if (parsed.ec != std::errc() || parsed.ptr != end || rate < SLOWEST_BAUD_RATE || rate > FASTEST_BAUD_RATE)
+    {
+        throw MakeValueFailure(aSetting, "a number from " + std::to_string(SLOWEST_BAUD_RATE) + " to " +
+                                             std::to_string(FASTEST_BAUD_RATE));
+    }
+    return rate;
+}
+
+/// True when there is something behind the prefix.
+bool HasPrefix(const std::string& aText, const std::string& aPrefix)
+{
+    return aText.rfind(aPrefix, 0) == 0 && aText.size() > aPrefix.size();
+}
+
 FarEnd ParseFarEnd(const Setting& aSetting)
 {
     static const std::map<std::string, FarEnd::Kind> KINDS = {{"console", FarEnd::Kind::Console},
@@ -40,13 +61,17 @@ FarEnd ParseFarEnd(const Setting& aSetting)
     const std::string& value = aSetting.mValue;
     if (const auto found = KINDS.find(value); found != KINDS.end())
     {
-        return {found->second, {}};
+        return {found->second, {}, 0};
     }
-    if (value.rfind(PTY_WITH_LINK, 0) == 0 && value.size() > PTY_WITH_LINK.size())
+    if (HasPrefix(value, PTY_WITH_LINK))
     {
-        return {FarEnd::Kind::Pty, value.substr(PTY_WITH_LINK.size())};
+        return {FarEnd::Kind::Pty, value.substr(PTY_WITH_LINK.size()), 0};
     }
-    throw MakeValueFailure(aSetting, "console, loopback, pty, pty:LINK or null");
+    if (HasPrefix(value, LOOPBACK_WITH_RATE))
+    {
+        return {FarEnd::Kind::Loopback, {}, ParseBaudRate({aSetting.mKey, value.substr(LOOPBACK_WITH_RATE.size())})};
+    }
+    throw MakeValueFailure(aSetting, FAR_ENDS);
 }
 
 KoSim::LineTiming ParseTiming(const Setting& aSetting)
@@ -60,19 +85,6 @@ KoSim::LineTiming ParseTiming(const Setting& aSetting)
         return KoSim::LineTiming::Instant;
     }
     throw MakeValueFailure(aSetting, "real or instant");
-}
-
-std::uint32_t ParseBaudRate(const Setting& aSetting)
-{
-    std::uint32_t rate = 0;
-    const char* const end = aSetting.mValue.data() + aSetting.mValue.size();
-    const std::from_chars_result parsed = std::from_chars(aSetting.mValue.data(), end, rate);
-    if (parsed.ec != std::errc() || parsed.ptr != end || rate < SLOWEST_BAUD_RATE || rate > FASTEST_BAUD_RATE)
-    {
-        throw MakeValueFailure(aSetting, "a number from " + std::to_string(SLOWEST_BAUD_RATE) + " to " +
-                                             std::to_string(FASTEST_BAUD_RATE));
-    }
-    return rate;
 }
 
 std::string ParseText(const Setting& aSetting, const char* aWhat)

@@ -22,7 +22,8 @@ struct FarEnd
     };
 
     Kind mKind = Kind::Loopback;
-    std::string mLink; ///< of a pseudo-terminal: where to put the symbolic link; empty for none
+    std::string mLink;           ///< of a pseudo-terminal: where to put the symbolic link; empty for none
+    std::uint32_t mBaudRate = 0; ///< of a loopback that does not follow the rate of the device; 0 for one that does
 };
 
 /// What `--device` asks for: `sim[:PROFILE][,KEY=VALUE...]`.
@@ -31,7 +32,7 @@ struct FarEnd
 ///
 /// | key | values |
 /// |---|---|
-/// | `uart0`, `uart1`, `bulk0` to `bulk7` | `console`, `loopback`, `pty`, `pty:LINK`, `null` |
+/// | `uart0`, `uart1`, `bulk0` to `bulk7` | `console`, `loopback`, `loopback:RATE`, `pty`, `pty:LINK`, `null` |
 /// | `timing` | `real`, `instant` |
 /// | `baud` | 50 to 4000000, for the lines whose rate the registers do not set |
 /// | `id` | any text without a comma |

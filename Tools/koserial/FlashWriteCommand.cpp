@@ -11,7 +11,6 @@
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
-#include <array>
 #include <iostream>
 #include <memory>
 
@@ -20,32 +19,12 @@ namespace KoTool
 namespace
 {
 
-constexpr int POLL_PERIOD_MS = 50;
-
 struct WriteOptions
 {
     KoDeviceSerial mPort = KoDeviceSerialInvalid;
     std::string mInput;
     std::uint32_t mAddress = 0;
 };
-
-/// The whole input, or the beginning of one that no flash could hold.
-Bytes ReadAll(InputFile& aInput)
-{
-    Bytes content;
-    std::array<std::uint8_t, 65536> buffer{};
-    while (content.size() <= SpiFlash::LARGEST_SIZE)
-    {
-        const std::optional<std::size_t> count = aInput.Read(buffer.data(), buffer.size(), POLL_PERIOD_MS);
-        Interruption::ThrowIfRequested();
-        if (count == 0U)
-        {
-            break;
-        }
-        content.insert(content.end(), buffer.begin(), buffer.begin() + count.value_or(0));
-    }
-    return content;
-}
 
 /// The part of the content that goes into the sector in which that address is.
 Bytes TakePart(const Bytes& aContent, std::size_t aDone, std::uint32_t aAddress)
@@ -79,7 +58,8 @@ void RunWrite(const std::string& aDeviceUri, const WriteOptions& aOptions)
 {
     SimulatedSetup setup(ParseDeviceUri(aDeviceUri));
     InputFile input(aOptions.mInput);
-    const Bytes content = ReadAll(input);
+    // Of a file that no flash could hold, this is enough to tell so.
+    const Bytes content = ReadAll(input, SpiFlash::LARGEST_SIZE + 1);
     WithSpiBus(setup, aOptions.mPort,
                [&](OpenSpiBus& aBus)
                {

@@ -1,7 +1,9 @@
 #include "InputFile.h"
 
 #include "Failure.h"
+#include "Interruption.h"
 
+#include <algorithm>
 #include <cerrno>
 
 #include <fcntl.h>
@@ -11,6 +13,13 @@
 
 namespace KoTool
 {
+namespace
+{
+
+constexpr int POLL_PERIOD_MS = 50;
+constexpr std::size_t LARGEST_READ = 65536;
+
+} // namespace
 
 InputFile::InputFile(const std::string& aPath) : mDescriptor(aPath, O_RDONLY, STDIN_FILENO)
 {
@@ -49,6 +58,24 @@ std::optional<std::uint64_t> InputFile::GetRemainingSize() const
         return std::nullopt;
     }
     return static_cast<std::uint64_t>(status.st_size > position ? status.st_size - position : 0);
+}
+
+Bytes ReadAll(InputFile& aInput, std::size_t aLimit)
+{
+    Bytes content;
+    Bytes buffer(std::min(aLimit, LARGEST_READ));
+    while (content.size() < aLimit)
+    {
+        const std::optional<std::size_t> count =
+            aInput.Read(buffer.data(), std::min(buffer.size(), aLimit - content.size()), POLL_PERIOD_MS);
+        Interruption::ThrowIfRequested();
+        if (count == 0U)
+        {
+            break;
+        }
+        content.insert(content.end(), buffer.begin(), buffer.begin() + static_cast<std::ptrdiff_t>(count.value_or(0)));
+    }
+    return content;
 }
 
 } // namespace KoTool

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Bytes.h"
 #include "Descriptor.h"
 
 #include <cstddef>
@@ -32,5 +33,9 @@ public:
 private:
     const Descriptor mDescriptor;
 };
+
+/// Reads up to the end of the input, or aLimit bytes of a longer one.
+/// @throws Failure, also when a signal has come
+Bytes ReadAll(InputFile& aInput, std::size_t aLimit);
 
 } // namespace KoTool

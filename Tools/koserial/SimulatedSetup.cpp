@@ -34,6 +34,17 @@ KoSim::MemoryImage MakeImage(const char* aKey, std::size_t aSize, const std::str
     }
 }
 
+std::shared_ptr<KoSim::Loopback> MakeLoopback(std::uint32_t aBaudRate)
+{
+    if (aBaudRate == 0)
+    {
+        return std::make_shared<KoSim::Loopback>();
+    }
+    KoSim::LineSettings settings;
+    settings.mBaudRate = aBaudRate;
+    return std::make_shared<KoSim::Loopback>(settings);
+}
+
 KoSim::Port ToSimulatedPort(KoDeviceSerial aPort)
 {
     return static_cast<KoSim::Port>(aPort);
@@ -137,7 +148,7 @@ std::shared_ptr<KoSim::ILineEnd> SimulatedSetup::MakeFarEnd(KoDeviceSerial aPort
     case FarEnd::Kind::Console:
         return std::make_shared<KoSim::CommandConsole>();
     case FarEnd::Kind::Loopback:
-        return std::make_shared<KoSim::Loopback>();
+        return MakeLoopback(farEnd.mBaudRate);
     case FarEnd::Kind::Pty:
         return MakeTerminal(aPort, farEnd.mLink);
     case FarEnd::Kind::Nothing:

@@ -23,7 +23,7 @@ std::string GetComplaint(const std::string& aText)
     return "accepted";
 }
 
-const char* const FAR_ENDS = "it can be console, loopback, pty, pty:LINK or null";
+const char* const FAR_ENDS = "it can be console, loopback, loopback:RATE, pty, pty:LINK or null";
 
 } // namespace
 
@@ -73,6 +73,16 @@ TEST(DeviceUri, TakesAPseudoTerminalWithAndWithoutALink)
     EXPECT_EQ(uri.mFarEnds[0].mLink, "");
     EXPECT_EQ(uri.mFarEnds[1].mKind, FarEnd::Kind::Pty);
     EXPECT_EQ(uri.mFarEnds[1].mLink, "dir/a:b");
+}
+
+TEST(DeviceUri, TakesALoopbackWithARateOfItsOwn)
+{
+    const DeviceUri uri = ParseDeviceUri("sim,uart0=loopback:9600");
+    EXPECT_EQ(uri.mFarEnds[0].mKind, FarEnd::Kind::Loopback);
+    EXPECT_EQ(uri.mFarEnds[0].mBaudRate, 9600U);
+    EXPECT_EQ(uri.mFarEnds[1].mBaudRate, 0U);
+    EXPECT_EQ(GetComplaint("sim,uart0=loopback:fast"),
+              "device: uart0 cannot be 'fast': it can be a number from 50 to 4000000");
 }
 
 TEST(DeviceUri, TakesTheBaudRatesOfTerminals)
