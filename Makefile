@@ -4,7 +4,7 @@ JOBS ?= $(shell nproc)
 # Most tests wait more than they compute.
 TEST_JOBS ?= $(shell expr 2 \* $(JOBS))
 
-.PHONY: help deps demo test test-asan test-tsan bench format check-format tidy docs install clean
+.PHONY: help deps demo test test-asan test-tsan soak fuzz coverage bench format check-format tidy docs install clean
 
 help: ## list the commands
 	@awk -F ':.*## ' '/^[a-z-]+:.*## / { printf "make %-14s %s\n", $$1, $$2 }' $(MAKEFILE_LIST)
@@ -27,6 +27,19 @@ test-asan: build-asan ## run all tests with the address and undefined behaviour 
 
 test-tsan: build-tsan ## run all tests with the thread sanitizer
 	@ctest --preset tsan --parallel $(TEST_JOBS)
+
+soak: build-dev ## work all ports of two devices for MINUTES (default 1) and lose nothing
+	@build/dev/Tests/Soak/KoSerialSoak $$((60 * $(or $(MINUTES),1)))
+
+fuzz: ## run every fuzzer for SECONDS (default 60), or RUNS times
+	@Scripts/install-deps clang libclang-rt-14-dev
+	@$(MAKE) --no-print-directory build-fuzz
+	@Scripts/fuzz $(if $(RUNS),-runs=$(RUNS),-max_total_time=$(or $(SECONDS),60))
+
+coverage: ## measure how much of the library the tests reach, and fail when that is less than it was
+	@Scripts/install-deps gcovr
+	@$(MAKE) --no-print-directory build-coverage
+	@Scripts/coverage
 
 bench: build-release ## measure, each figure beside what it can be compared with
 	@build/release/Benchmarks/KoSerialBenchmarks

@@ -1,4 +1,5 @@
 # cmake -DCOMMAND=... -DOUTPUT=... -P CheckOutput.cmake: runs a program, which must succeed and print just that line.
+cmake_minimum_required(VERSION 3.25)
 execute_process(COMMAND ${COMMAND} OUTPUT_VARIABLE output RESULT_VARIABLE status)
 if(NOT status EQUAL 0)
     message(FATAL_ERROR "exit status ${status}")

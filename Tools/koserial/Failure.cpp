@@ -1,11 +1,30 @@
 #include "Failure.h"
 
+#include <algorithm>
+#include <cctype>
 #include <system_error>
 
 namespace KoTool
 {
 
-Failure::Failure(const std::string& aMessage, int aExitStatus) : std::runtime_error(aMessage), mExitStatus(aExitStatus)
+namespace
+{
+
+/// A message may quote what a file holds, which must not end it early or speak to the terminal.
+std::string ReplaceControlCharacters(std::string aMessage)
+{
+    std::replace_if(
+        aMessage.begin(), aMessage.end(),
+        [](char aCharacter) { return aCharacter != '\n' && std::iscntrl(static_cast<unsigned char>(aCharacter)) != 0; },
+        '?');
+    return aMessage;
+}
+
+} // namespace
+
+Failure::Failure(const std::string& aMessage, int aExitStatus)
+    : std::runtime_error(ReplaceControlCharacters(aMessage)),
+      mExitStatus(aExitStatus)
 {
 }
 

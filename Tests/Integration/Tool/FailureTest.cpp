@@ -31,3 +31,8 @@ TEST(Failure, OfUsageHasAStatusOfItsOwn)
 {
     EXPECT_EQ(MakeUsageFailure("no").GetExitStatus(), 2);
 }
+
+TEST(Failure, DoesNotPassControlCharactersOn)
+{
+    EXPECT_STREQ(MakeUsageFailure(std::string("no '\0\x1b[2J' here\nor there", 21)).what(), "no '??[2J' here\nor th");
+}

@@ -1,0 +1,305 @@
+// Soak SECONDS: works all ports of two simulated devices at once, as fast as they go, with pieces of random size, with
+// ports that are closed and opened again and devices that are unplugged at random. Everything that is sent comes back
+// from a loopback and is compared. Prints a line of figures a second; ends with status 1 at the first byte that is lost
+// or wrong, and when memory or the number of threads grow.
+
+#include <KoDeviceSerialPort.h>
+#include <KoSim/Loopback.h>
+#include <KoSim/SimulatedDevice.h>
+#include <KuUtilsLib/Logger.h>
+
+#include <atomic>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <memory>
+#include <mutex>
+#include <random>
+#include <sstream>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace
+{
+
+using namespace std::chrono_literals;
+using Bytes = std::vector<std::uint8_t>;
+
+constexpr std::size_t LARGEST_PIECE = 4000;
+
+/// Longer than anything takes on a machine that is busy.
+constexpr std::uint32_t LONG_TIME_MS = 20000;
+
+/// Longer than a byte is on its way, so that none comes any more.
+constexpr std::uint32_t QUIET_TIME_MS = 100;
+
+/// What the process may need more after its first seconds.
+constexpr long MEMORY_MARGIN_KIB = 16384;
+
+std::atomic<bool> sStop{false};
+std::atomic<bool> sFailed{false};
+std::atomic<std::uint64_t> sBytes{0};
+std::atomic<std::uint64_t> sRounds{0};
+std::atomic<std::uint64_t> sUnpluggings{0};
+
+void Fail(const std::string& aWhat)
+{
+    if (!sFailed.exchange(true))
+    {
+        std::fprintf(stderr, "soak: %s\n", aWhat.c_str());
+    }
+    sStop = true;
+}
+
+/// A device with loopbacks on all lines.
+struct Device
+{
+    explicit Device(const char* aId) : mSimulated(MakeProfile(aId))
+    {
+        for (std::size_t port = 0; port < KoSim::PORT_COUNT; ++port)
+        {
+            mSimulated.SetLineEnd(static_cast<KoSim::Port>(port), std::make_shared<KoSim::Loopback>());
+        }
+    }
+
+    static KoSim::DeviceProfile MakeProfile(const char* aId)
+    {
+        KoSim::DeviceProfile profile;
+        profile.mId = aId;
+        return profile;
+    }
+
+    KoSim::SimulatedDevice mSimulated;
+    std::mutex mOpening;                        ///< ports of one device are opened and closed one after the other
+    std::atomic<std::uint64_t> mUnpluggings{0}; ///< counted before and after, so odd while it is unplugged
+};
+
+/// One port at work.
+class Worker
+{
+public:
+    Worker(Device& aDevice, KoDeviceSerial aPort, unsigned aSeed) : mDevice(aDevice), mId(aPort), mRandom(aSeed) {}
+
+    void Run()
+    {
+        Open();
+        while (!sStop)
+        {
+            const std::uint64_t before = mDevice.mUnpluggings;
+            const std::string failure = DoRound();
+            const bool wasPluggedIn = before % 2 == 0 && mDevice.mUnpluggings == before;
+            if (!failure.empty() && wasPluggedIn)
+            {
+                Fail("port " + std::to_string(mId) + ": " + failure);
+            }
+            if (!failure.empty() || mRandom() % 200 == 0)
+            {
+                Reopen();
+            }
+        }
+        WaitUntilPluggedIn();
+        Close();
+    }
+
+private:
+    void Open()
+    {
+        while (!sFailed)
+        {
+            WaitUntilPluggedIn();
+            const std::lock_guard<std::mutex> lock(mDevice.mOpening);
+            if (mPort.Open(&mDevice.mSimulated, mId).IsOK())
+            {
+                return;
+            }
+            // Unplugged meanwhile: whatever it has claimed it gives back while the device is there.
+            if (mPort.IsOpened())
+            {
+                mPort.Close();
+            }
+        }
+    }
+
+    /// Closes the port, which only succeeds while the device is plugged in.
+    void Close()
+    {
+        while (mPort.IsOpened() && !sFailed)
+        {
+            WaitUntilPluggedIn();
+            const std::lock_guard<std::mutex> lock(mDevice.mOpening);
+            mPort.Close();
+        }
+    }
+
+    void Reopen()
+    {
+        Close();
+        Open();
+        // What was under way when the device was unplugged must not be taken for an answer.
+        Bytes stale(LARGEST_PIECE);
+        std::uint32_t count = 0;
+        while (mPort.Read(stale.data(), LARGEST_PIECE, count, QUIET_TIME_MS).IsOK())
+        {
+        }
+    }
+
+    void WaitUntilPluggedIn() const
+    {
+        while (!mDevice.mSimulated.IsConnected())
+        {
+            std::this_thread::sleep_for(1ms);
+        }
+    }
+
+    /// Sends a piece and takes it back; says what went wrong, or nothing.
+    std::string DoRound()
+    {
+        Bytes sent(1 + mRandom() % LARGEST_PIECE);
+        for (std::uint8_t& byte : sent)
+        {
+            byte = static_cast<std::uint8_t>(mRandom());
+        }
+        std::uint32_t written = 0;
+        const KoResult result = mPort.Write(sent.data(), static_cast<std::uint32_t>(sent.size()), written);
+        if (!result.IsOK() || written != sent.size())
+        {
+            return std::string("wrote ") + std::to_string(written) + " of " + std::to_string(sent.size()) +
+                   " bytes: " + result.GetCodeString();
+        }
+        const Bytes received = Receive(sent.size());
+        if (received != sent)
+        {
+            return "received " + std::to_string(received.size()) + " of " + std::to_string(sent.size()) +
+                   " bytes, or others";
+        }
+        sBytes += sent.size();
+        ++sRounds;
+        return "";
+    }
+
+    Bytes Receive(std::size_t aSize)
+    {
+        Bytes received(aSize);
+        std::size_t done = 0;
+        const std::uint64_t before = mDevice.mUnpluggings;
+        while (done < aSize)
+        {
+            std::uint32_t count = 0;
+            const KoResult result = mPort.Read(received.data() + done, static_cast<std::uint32_t>(aSize - done), count,
+                                               mDevice.mUnpluggings == before ? LONG_TIME_MS / 20 : QUIET_TIME_MS);
+            done += count;
+            if (!result.IsOK() && (mDevice.mUnpluggings != before || ++mTimeouts > 20))
+            {
+                break;
+            }
+        }
+        mTimeouts = 0;
+        received.resize(done);
+        return received;
+    }
+
+    Device& mDevice;
+    const KoDeviceSerial mId;
+    std::minstd_rand mRandom;
+    KoDeviceSerialPort mPort;
+    int mTimeouts = 0;
+};
+
+/// Unplugs a device now and then, for a moment.
+void Unplug(Device& aDevice, unsigned aSeed)
+{
+    std::minstd_rand random(aSeed);
+    while (!sStop)
+    {
+        std::this_thread::sleep_for(std::chrono::milliseconds(500 + random() % 1000));
+        ++aDevice.mUnpluggings;
+        aDevice.mSimulated.Disconnect();
+        std::this_thread::sleep_for(std::chrono::milliseconds(random() % 20));
+        aDevice.mSimulated.Connect();
+        ++aDevice.mUnpluggings;
+        ++sUnpluggings;
+    }
+}
+
+/// A number that the kernel tells about this process, such as "VmRSS" in KiB.
+long GetStatus(const std::string& aName)
+{
+    std::ifstream status("/proc/self/status");
+    std::string line;
+    while (std::getline(status, line))
+    {
+        if (line.compare(0, aName.size() + 1, aName + ":") == 0)
+        {
+            return std::stol(line.substr(aName.size() + 1));
+        }
+    }
+    return 0;
+}
+
+/// Prints the figures second by second, and watches memory and threads from the time on when everything has started.
+void Watch(int aSeconds)
+{
+    constexpr int WARM_UP_SECONDS = 2;
+    long memory = 0;
+    long threads = 0;
+    for (int second = 1; second <= aSeconds && !sStop; ++second)
+    {
+        std::this_thread::sleep_for(1s);
+        const long memoryNow = GetStatus("VmRSS");
+        const long threadsNow = GetStatus("Threads");
+        std::printf("%5d s  %12llu bytes  %9llu rounds  %6llu unpluggings  %7ld KiB  %3ld threads\n", second,
+                    static_cast<unsigned long long>(sBytes), static_cast<unsigned long long>(sRounds),
+                    static_cast<unsigned long long>(sUnpluggings), memoryNow, threadsNow);
+        std::fflush(stdout);
+        if (second == WARM_UP_SECONDS)
+        {
+            memory = memoryNow;
+            threads = threadsNow;
+        }
+        if (second > WARM_UP_SECONDS && (memoryNow > memory + MEMORY_MARGIN_KIB || threadsNow != threads))
+        {
+            Fail("memory or the number of threads has grown");
+        }
+    }
+    sStop = true;
+}
+
+void Soak(int aSeconds)
+{
+    Device devices[] = {Device("first"), Device("second")};
+    std::vector<std::unique_ptr<Worker>> workers;
+    std::vector<std::thread> threads;
+    for (Device& device : devices)
+    {
+        for (int port = KoDeviceSerialUart0; port <= KoDeviceSerialBulk7; ++port)
+        {
+            const auto seed = static_cast<unsigned>(1 + workers.size());
+            workers.push_back(std::make_unique<Worker>(device, static_cast<KoDeviceSerial>(port), seed));
+            threads.emplace_back([&worker = *workers.back()] { worker.Run(); });
+        }
+        threads.emplace_back([&device, seed = static_cast<unsigned>(threads.size())] { Unplug(device, seed); });
+    }
+    Watch(aSeconds);
+    for (std::thread& thread : threads)
+    {
+        thread.join();
+    }
+}
+
+} // namespace
+
+int main(int aArgumentCount, char** aArguments)
+{
+    const int seconds = aArgumentCount == 2 ? std::atoi(aArguments[1]) : 0;
+    if (seconds < 1)
+    {
+        std::fprintf(stderr, "usage: %s SECONDS\n", aArguments[0]);
+        return 2;
+    }
+    // Transfers that fail because a device is unplugged are no news here.
+    KuUtilsLib::Logger::SetLevel(static_cast<KuUtilsLib::PriorityLevel>(0));
+    Soak(seconds);
+    return sFailed ? 1 : 0;
+}
