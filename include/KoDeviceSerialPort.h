@@ -21,9 +21,10 @@ class DeviceSerialPort;
 ///
 /// @par Threads
 /// One thread may read while another writes and others query. Two writes, or two reads, must not overlap. Open(),
-/// Close() and the destructor must not overlap any other call on the same object. Different objects are independent,
-/// except that the ports of one device are opened and closed one after the other: they share the interrupt enable
-/// register of the device, which is read, changed and written back.
+/// Close() and the destructor must not overlap any other call on the same object: a library that was built for
+/// debugging ends the process with a message when a port is closed while another thread reads. Different objects are
+/// independent, except that the ports of one device are opened and closed one after the other: they share the interrupt
+/// enable register of the device, which is read, changed and written back.
 ///
 /// No operation throws, except for std::bad_alloc when memory runs out.
 class KO_SERIAL_API KoDeviceSerialPort

@@ -7,6 +7,8 @@
 #include <KuUtilsLib/Thread.h>
 
 #include <algorithm>
+#include <cstdio>
+#include <cstdlib>
 #include <cstring>
 
 namespace KoSerialLib
@@ -15,6 +17,14 @@ namespace
 {
 
 constexpr std::uint32_t DEFAULT_RX_BUFFER_SIZE = 16384;
+
+/// Whether breaches of the contract of an operation end the process, which is kinder than corrupt memory.
+#ifdef NDEBUG
+constexpr bool CHECKS_CONTRACT = false;
+#else
+constexpr bool CHECKS_CONTRACT = true;
+#endif
+
 constexpr std::uint32_t WORD_SIZE = 4;
 constexpr std::uint32_t GATHER_BLOCK = 16; ///< words, the bytes of which make a vector
 
@@ -64,6 +74,31 @@ void Gather(std::uint8_t* aTo, const std::uint8_t* aFrom, std::uint32_t aCount, 
 
 } // namespace
 
+/// Tells debug builds which thread is inside Read().
+class SerialPort::ReadScope
+{
+public:
+    explicit ReadScope(SerialPort& aPort) : mPort(aPort)
+    {
+        if (CHECKS_CONTRACT)
+        {
+            mPort.mReader.store(std::this_thread::get_id(), std::memory_order_relaxed);
+        }
+    }
+    ~ReadScope()
+    {
+        if (CHECKS_CONTRACT)
+        {
+            mPort.mReader.store(std::thread::id(), std::memory_order_relaxed);
+        }
+    }
+    ReadScope(const ReadScope&) = delete;
+    ReadScope& operator=(const ReadScope&) = delete;
+
+private:
+    SerialPort& mPort;
+};
+
 std::list<KoDeviceSerialPortEchoSink*> SerialPort::sEchoSinkList;
 KuUtilsLib::Mutex SerialPort::sEchoSinkListMutex(nullptr, nullptr);
 
@@ -99,6 +134,7 @@ void SerialPort::Init(IKoDeviceAdapter* aDevice, KoDeviceSerial aPort, const cha
 
 KoResult SerialPort::Close()
 {
+    CheckThatNoOtherThreadReads();
     const KuUtilsLib::LockScope lock(&mMutex);
     mDevice = nullptr;
     mPort = KoDeviceSerialInvalid;
@@ -202,6 +238,7 @@ void SerialPort::PushBatchToRxBuffer(const std::uint8_t* aFirst, std::uint32_t a
 KoResult SerialPort::Read(std::uint8_t* aBuffer, std::uint32_t aSize, std::uint32_t& aBytesRead,
                           std::uint32_t aTimeoutMs)
 {
+    const ReadScope reading(*this);
     aBytesRead = 0;
     mMutex.Wait();
     if (mRxHead == mRxTail)
@@ -291,6 +328,20 @@ void SerialPort::FinishWrite(const std::uint8_t* aData, std::uint32_t aLength)
 {
     EchoTransmit(aData, aLength);
     mBytesSent.fetch_add(aLength, std::memory_order_relaxed);
+}
+
+void SerialPort::CheckThatNoOtherThreadReads() const
+{
+    if (!CHECKS_CONTRACT)
+    {
+        return;
+    }
+    const std::thread::id reader = mReader.load(std::memory_order_relaxed);
+    if (reader != std::thread::id() && reader != std::this_thread::get_id())
+    {
+        std::fputs("KoSerial: a port is closed while another thread still reads from it\n", stderr);
+        std::abort();
+    }
 }
 
 bool SerialPort::WaitForReceivedByte(std::uint32_t aTimeoutMs)

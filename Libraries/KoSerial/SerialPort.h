@@ -13,6 +13,7 @@
 #include <cstdint>
 #include <list>
 #include <memory>
+#include <thread>
 
 class KoDeviceSerialPortEchoSink;
 
@@ -106,6 +107,9 @@ public:
     std::atomic<std::uint64_t> mBytesReceived{0};
 
 private:
+    class ReadScope;
+
+    void CheckThatNoOtherThreadReads() const;
     bool WaitForReceivedByte(std::uint32_t aTimeoutMs);
     std::uint32_t GetUnreadCount() const;
     void StoreInRing(const std::uint8_t* aFirst, std::uint32_t aCount, std::uint32_t aStride);
@@ -114,6 +118,8 @@ private:
 
     template <typename Notification>
     static void NotifyEchoSinks(Notification aNotify);
+
+    std::atomic<std::thread::id> mReader{std::thread::id()}; ///< the thread inside Read(), known in debug builds only
 
     /// Length of mRxBuffer, guarded by mMutex. mRxBufferSize may be ahead of it while the ring changes its size.
     std::uint32_t mRxRingLength = 0;
