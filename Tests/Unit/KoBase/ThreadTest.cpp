@@ -2,16 +2,26 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <thread>
 
 using KuUtilsLib::Thread;
 
 TEST(ThreadTest, SleepsAtLeastTheTimeAskedFor)
 {
-    const std::uint64_t start = Thread::GetTickCount();
+    const auto start = std::chrono::steady_clock::now();
     Thread::Sleep(20);
 
-    EXPECT_GE(Thread::GetTickCount() - start, 20U);
+    EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(20));
+}
+
+TEST(ThreadTest, CountsMillisecondsToWithinATickOfTheKernel)
+{
+    constexpr std::uint64_t TICK_MS = 10;
+    const std::uint64_t start = Thread::GetTickCount();
+    std::this_thread::sleep_for(std::chrono::milliseconds(100));
+
+    EXPECT_GE(Thread::GetTickCount() - start, 100 - TICK_MS);
 }
 
 TEST(ThreadTest, ReturnsFromASleepOfNoTime)
