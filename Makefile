@@ -4,10 +4,11 @@ JOBS ?= $(shell nproc)
 # Most tests wait more than they compute.
 TEST_JOBS ?= $(shell expr 2 \* $(JOBS))
 
-.PHONY: help deps demo test test-asan test-tsan soak fuzz coverage bench format check-format tidy docs install clean
+.PHONY: help deps demo test test-asan test-tsan soak fuzz coverage bench bench-instructions bench-plot format check-format \
+    tidy docs install clean
 
 help: ## list the commands
-	@awk -F ':.*## ' '/^[a-z-]+:.*## / { printf "make %-14s %s\n", $$1, $$2 }' $(MAKEFILE_LIST)
+	@awk -F ':.*## ' '/^[a-z-]+:.*## / { printf "make %-18s %s\n", $$1, $$2 }' $(MAKEFILE_LIST)
 
 deps: ## install the packages that building and testing need
 	@Scripts/install-deps
@@ -41,8 +42,23 @@ coverage: ## measure how much of the library the tests reach, and fail when that
 	@$(MAKE) --no-print-directory build-coverage
 	@Scripts/coverage
 
-bench: build-release ## measure, each figure beside what it can be compared with
-	@build/release/Benchmarks/KoSerialBenchmarks
+BENCH_PACKAGES = libbenchmark-dev libboost-dev libreaderwriterqueue-dev libserialport-dev python3 valgrind
+BENCH_RESULTS = build/bench.json
+
+# Only the benchmarks need what they are compared with, so nothing else builds them.
+build-bench: deps
+	@Scripts/install-deps $(BENCH_PACKAGES)
+	@cmake --preset release -DKO_BUILD_BENCHMARKS=ON >/dev/null
+	@cmake --build --preset release --parallel $(JOBS) --target KoSerialBenchmarks KoSerialInstructions
+
+bench: build-bench ## measure, each figure beside what it can be compared with
+	@build/release/Benchmarks/KoSerialBenchmarks --benchmark_out=$(BENCH_RESULTS)
+
+bench-instructions: build-bench ## count instructions, compare with Benchmarks/instructions.json (UPDATE=1 rewrites it)
+	@Scripts/bench-instructions build/release/Benchmarks/KoSerialInstructions $(if $(UPDATE),--update)
+
+bench-plot: ## draw what make bench has measured, for README.md
+	@Scripts/plot-bench $(BENCH_RESULTS) Documentation/performance.svg
 
 format: ## format the sources
 	@git ls-files '*.h' '*.cpp' | xargs clang-format -i

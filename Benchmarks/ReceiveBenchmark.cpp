@@ -1,94 +1,115 @@
-// The receive path: from a device event with received bytes until Read() has copied them out, beside the least that any
-// receive path must do: a memcpy into a buffer and a memcpy out of it.
+// The receive path: from a device event with received bytes until Read() has copied them out, beside what else bytes
+// could go through.
 
-#include "EmptyAdapter.h"
+#include "CpuPin.h"
+#include "Peers.h"
+#include "ReceivePaths.h"
 #include "SecondThread.h"
-
-#include <KoDeviceSerialPort.h>
+#include "SerialPeers.h"
+#include "Transfer.h"
 
 #include <benchmark/benchmark.h>
 
-#include <array>
+#include <atomic>
 #include <cstdint>
-#include <cstring>
-#include <vector>
+#include <thread>
 
 namespace
 {
 
-constexpr std::size_t BYTES_PER_EVENT = 512;
-constexpr std::uint16_t SERIAL_INTERRUPT_EVENT = 0x9000;
-constexpr std::uint32_t UART0_RECEIVED = 0x2;
+void EventSizes(benchmark::internal::Benchmark* aBenchmark)
+{
+    aBenchmark->Arg(16)->Arg(128)->Arg(512)->Arg(1400);
+}
 
-/// The least device on which a UART opens.
-class UartDevice : public EmptyAdapter
+/// One thread is the device and the reader in turn.
+template <typename Path>
+void Receive(benchmark::State& aState)
+{
+    StartASecondThread();
+    const auto size = static_cast<std::uint32_t>(aState.range(0));
+    Path path(size);
+    EventBuffer received{};
+    for (auto _ : aState)
+    {
+        path.Send();
+        TakeEvent(path, received, size);
+    }
+    aState.SetBytesProcessed(aState.iterations() * size);
+}
+BENCHMARK_TEMPLATE(Receive, UartPath)->Name("receive/uart")->Apply(EventSizes);
+BENCHMARK_TEMPLATE(Receive, BulkPath)->Name("receive/bulk")->Apply(EventSizes);
+BENCHMARK_TEMPLATE(Receive, FeaturePath)->Name("receive/feature")->Apply(EventSizes);
+BENCHMARK_TEMPLATE(Receive, LockedRing<1>)->Name("receive/locked_memcpy")->Apply(EventSizes);
+BENCHMARK_TEMPLATE(Receive, EchoingRing)->Name("receive/locked_memcpy_echo")->Apply(EventSizes);
+BENCHMARK_TEMPLATE(Receive, LockedRing<4>)->Name("receive/locked_pick")->Apply(EventSizes);
+BENCHMARK_TEMPLATE(Receive, SpscPeer)->Name("receive/boost_spsc")->Apply(EventSizes);
+BENCHMARK_TEMPLATE(Receive, ReaderWriterPeer)->Name("receive/readerwriterqueue")->Apply(EventSizes);
+BENCHMARK_TEMPLATE(Receive, PipePeer)->Name("receive/pipe")->Apply(EventSizes);
+BENCHMARK_TEMPLATE(Receive, LibserialportPeer)->Name("receive/libserialport")->Apply(EventSizes)->UseRealTime();
+BENCHMARK_TEMPLATE(Receive, AsioPeer)->Name("receive/asio")->Apply(EventSizes)->UseRealTime();
+
+/// A device thread that sends events for as long as a ring has room for what the reader has not taken.
+template <typename Path>
+class Sender
 {
 public:
-    KoResult ReadRegister(std::uint32_t aAddress, std::uint32_t* aValue) override
+    Sender(Path& aPath, std::uint32_t aEventSize) : mPath(aPath), mEventSize(aEventSize) {}
+    ~Sender()
     {
-        constexpr std::uint32_t FUNCTION_CAPS = 0xB8FC;
-        *aValue = aAddress == FUNCTION_CAPS ? 0x80000002 : 0;
-        return Ok();
+        mStopping = true;
+        mThread.join();
     }
-};
+    Sender(const Sender&) = delete;
+    Sender& operator=(const Sender&) = delete;
 
-/// An event with received bytes for UART0: a status word, then one word for each byte.
-std::vector<std::uint32_t> MakeEvent()
-{
-    std::vector<std::uint32_t> words(1 + BYTES_PER_EVENT);
-    for (std::size_t i = 0; i < BYTES_PER_EVENT; ++i)
-    {
-        words[1 + i] = static_cast<std::uint32_t>(i & 0xFF);
-    }
-    words[0] = UART0_RECEIVED;
-    return words;
-}
+    /// Tells that the reader took an event.
+    void Taken() { mTaken.store(mTaken.load(std::memory_order_relaxed) + mEventSize, std::memory_order_release); }
 
-void BM_ReceiveUartEvent(benchmark::State& aState)
-{
-    StartASecondThread();
-    UartDevice device;
-    KoDeviceSerialPort port;
-    if (!port.Open(&device, KoDeviceSerialUart0).IsOK())
+private:
+    void Run()
     {
-        aState.SkipWithError("cannot open the port");
-        return;
-    }
-    const std::vector<std::uint32_t> event = MakeEvent();
-    std::array<std::uint8_t, BYTES_PER_EVENT> received{};
-    for (auto _ : aState)
-    {
-        device.mSink->NotifyEvent(SERIAL_INTERRUPT_EVENT, 0, 0, 0, event.data(),
-                                  static_cast<std::uint32_t>(event.size() * sizeof(event[0])));
-        std::uint32_t count = 0;
-        port.Read(received.data(), BYTES_PER_EVENT, count, 0);
-        benchmark::DoNotOptimize(received.data());
-        if (count != BYTES_PER_EVENT)
+        const CpuPin pin(1);
+        std::uint64_t sent = 0;
+        while (!mStopping)
         {
-            aState.SkipWithError("bytes are missing");
-            break;
+            if (sent + mEventSize - mTaken.load(std::memory_order_acquire) >= RING_SIZE)
+            {
+                std::this_thread::yield();
+                continue;
+            }
+            mPath.Send();
+            sent += mEventSize;
         }
     }
-    aState.SetBytesProcessed(aState.iterations() * static_cast<std::int64_t>(BYTES_PER_EVENT));
-    port.Close();
-}
-BENCHMARK(BM_ReceiveUartEvent);
 
-void BM_MemcpyInAndOut(benchmark::State& aState)
+    Path& mPath;
+    const std::uint32_t mEventSize;
+    std::atomic<bool> mStopping{false};
+    alignas(64) std::atomic<std::uint64_t> mTaken{0};
+    std::thread mThread{[this] { Run(); }};
+};
+
+/// A device thread and a reader thread, each on a CPU of its own.
+template <typename Path>
+void ReceiveFromThread(benchmark::State& aState)
 {
-    StartASecondThread();
-    std::array<std::uint8_t, BYTES_PER_EVENT> event{};
-    std::array<std::uint8_t, BYTES_PER_EVENT> received{};
-    std::vector<std::uint8_t> buffer(16384);
+    const CpuPin pin(0);
+    const auto size = static_cast<std::uint32_t>(aState.range(0));
+    Path path(size);
+    EventBuffer received{};
+    Sender<Path> sender(path, size);
     for (auto _ : aState)
     {
-        std::memcpy(buffer.data(), event.data(), event.size());
-        benchmark::ClobberMemory();
-        std::memcpy(received.data(), buffer.data(), received.size());
-        benchmark::DoNotOptimize(received.data());
+        TakeEvent(path, received, size);
+        sender.Taken();
     }
-    aState.SetBytesProcessed(aState.iterations() * static_cast<std::int64_t>(BYTES_PER_EVENT));
+    aState.SetBytesProcessed(aState.iterations() * size);
 }
-BENCHMARK(BM_MemcpyInAndOut);
+BENCHMARK_TEMPLATE(ReceiveFromThread, UartPath)->Name("receive_2/uart")->Apply(EventSizes)->UseRealTime();
+BENCHMARK_TEMPLATE(ReceiveFromThread, BulkPath)->Name("receive_2/bulk")->Apply(EventSizes)->UseRealTime();
+BENCHMARK_TEMPLATE(ReceiveFromThread, FeaturePath)->Name("receive_2/feature")->Apply(EventSizes)->UseRealTime();
+BENCHMARK_TEMPLATE(ReceiveFromThread, SpscPeer)->Name("receive_2/boost_spsc")->Apply(EventSizes)->UseRealTime();
+BENCHMARK_TEMPLATE(ReceiveFromThread, PipePeer)->Name("receive_2/pipe")->Apply(EventSizes)->UseRealTime();
 
 } // namespace

@@ -19,6 +19,7 @@ std::vector<std::uint8_t> SpiBus::Transfer(const std::vector<std::uint8_t>& aReq
         return std::vector<std::uint8_t>(aSimultaneous ? aRequest.size() : aReadCount, IDLE_IN);
     }
     std::vector<std::uint8_t> taken;
+    taken.reserve(aRequest.size() + aReadCount);
     mSlave->Select();
     for (const std::uint8_t byte : aRequest)
     {
