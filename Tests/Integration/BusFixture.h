@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -19,6 +20,12 @@ struct BusPort
     KoSim::DeviceProfile (*mProfile)();
     KoDeviceSerial mPort;
 };
+
+/// Keeps pointers, which differ from run to run, out of the names of tests.
+inline void PrintTo(const BusPort& aPort, std::ostream* aStream)
+{
+    *aStream << aPort.mName;
+}
 
 inline std::string GetBusPortName(const ::testing::TestParamInfo<BusPort>& aInfo)
 {
