@@ -44,6 +44,20 @@ const char* GetStopBitsEntry(std::uint32_t aStopBits)
 
 } // namespace
 
+/// Runs aAction() while the port is selected; its result is there before the selection is written once more. Every
+/// operation that touches the device does so; aFunction is its name.
+template <typename Action>
+KuUtilsLib::Result DeviceSerialPortConfig::WithSelectedPort(const char* aFunction, Action aAction)
+{
+    StateStack stack(mDevice);
+    if (mBulkSelectorFeature.GetLength() != 0 &&
+        stack.SetValue(mBulkSelectorFeature, mBulkSelectorValue).GetCode() != KoResult::OK)
+    {
+        return KO_FAIL_RESULT_IN(aFunction, mLogger, KoResult::NOT_SUPPORTED, "Error setting Bulk selector.");
+    }
+    return aAction();
+}
+
 DeviceSerialPortConfig::DeviceSerialPortConfig()
     : mLogger(KuUtilsLib::Logger::Create(KO_LOG_CATEGORY, nullptr, 0)),
       mSupportedBaudRates(std::make_unique<std::vector<std::uint32_t>>()),
@@ -149,21 +163,21 @@ void DeviceSerialPortConfig::UnwatchFeature(const KoString& aName)
 KuUtilsLib::Result DeviceSerialPortConfig::RefreshSupportedBaudRates()
 {
     mSupportedBaudRates->clear();
-    StateStack stack(mDevice);
-    const KuUtilsLib::Result selected = SelectPort(stack, __func__);
-    if (selected.GetCode() != KoResult::OK)
-    {
-        return selected;
-    }
+    return WithSelectedPort(__func__, [this] { return ListBaudRates("RefreshSupportedBaudRates"); });
+}
+
+KuUtilsLib::Result DeviceSerialPortConfig::ListBaudRates(const char* aFunction)
+{
     // Rates that cannot be chosen are of no use, so it is writing that counts.
     if (mBaudRateFeature.GetLength() == 0 || !mDevice->IsGenEnumWritable(mBaudRateFeature))
     {
-        return KO_FAIL_RESULT(mLogger, KoResult::NOT_FOUND, "Device port baud rate is not readable.");
+        return KO_FAIL_RESULT_IN(aFunction, mLogger, KoResult::NOT_FOUND, "Device port baud rate is not readable.");
     }
     KoStringList entries;
     if (!mDevice->GetGenEnumEntries(mBaudRateFeature, entries).IsOK())
     {
-        return KO_FAIL_RESULT(mLogger, KoResult::NOT_FOUND, "Error reading device port baud rates count.");
+        return KO_FAIL_RESULT_IN(aFunction, mLogger, KoResult::NOT_FOUND,
+                                 "Error reading device port baud rates count.");
     }
     for (const KoString* entry = entries.GetFirst(); entry != nullptr; entry = entries.GetNext())
     {
@@ -197,17 +211,15 @@ KuUtilsLib::Result DeviceSerialPortConfig::SyncPortConfig()
         return KO_FAIL_RESULT(mLogger, KoResult::INVALID_PARAMETER,
                               "Could not configure device serial port, serial configuration is not valid.");
     }
-    StateStack stack(mDevice);
-    const KuUtilsLib::Result selected = SelectPort(stack, __func__);
-    if (selected.GetCode() != KoResult::OK)
-    {
-        return selected;
-    }
-    SyncBulkMode();
-    SyncParity();
-    SyncStopBits();
-    SyncBaudRate(false);
-    return KuUtilsLib::Result(KoResult::OK);
+    return WithSelectedPort(__func__,
+                            [this]
+                            {
+                                SyncBulkMode();
+                                SyncParity();
+                                SyncStopBits();
+                                SyncBaudRate(false);
+                                return KuUtilsLib::Result(KoResult::OK);
+                            });
 }
 
 KuUtilsLib::Result DeviceSerialPortConfig::SyncBaudRate(bool aOnlyIfChanged)
@@ -217,22 +229,21 @@ KuUtilsLib::Result DeviceSerialPortConfig::SyncBaudRate(bool aOnlyIfChanged)
     {
         return KuUtilsLib::Result(KoResult::OK);
     }
-    StateStack stack(mDevice);
-    const KuUtilsLib::Result selected = SelectPort(stack, __func__);
-    if (selected.GetCode() != KoResult::OK)
-    {
-        return selected;
-    }
+    return WithSelectedPort(__func__, [this] { return SyncBaudRateFeature("SyncBaudRate"); });
+}
+
+KuUtilsLib::Result DeviceSerialPortConfig::SyncBaudRateFeature(const char* aFunction)
+{
     const std::string entry = "Baud" + std::to_string(mConfiguration.mBaudRate);
     const char* const failure = "Error setting device serial port baud rate.";
-    const KuUtilsLib::Result synced = SyncFeature(__func__, mBaudRateFeature, entry.c_str(), failure, failure);
+    const KuUtilsLib::Result synced = SyncFeature(aFunction, mBaudRateFeature, entry.c_str(), failure, failure);
     if (synced.GetCode() != KoResult::OK)
     {
         return synced;
     }
     if (mLogger != nullptr && mLogger->IsPriorityEnabled(KuUtilsLib::LOG_INFO))
     {
-        KO_LOG(*mLogger, LOG_INFO, "Device port speed changed to %d bps", mConfiguration.mBaudRate);
+        KO_LOG_IN(aFunction, *mLogger, LOG_INFO, "Device port speed changed to %d bps", mConfiguration.mBaudRate);
     }
     mCurrentBaudRate = mConfiguration.mBaudRate;
     return KuUtilsLib::Result(KoResult::OK);
@@ -255,14 +266,13 @@ KuUtilsLib::Result DeviceSerialPortConfig::SyncBulkMode()
     {
         return KuUtilsLib::Result(KoResult::OK);
     }
-    StateStack stack(mDevice);
-    const KuUtilsLib::Result selected = SelectPort(stack, __func__);
-    if (selected.GetCode() != KoResult::OK)
-    {
-        return selected;
-    }
-    return SyncFeature(__func__, mBulkModeFeature, "UART", "Error reading device serial bulk port mode.",
-                       "Error setting device serial bulk port to UART mode.");
+    return WithSelectedPort(__func__,
+                            [this]
+                            {
+                                return SyncFeature("SyncBulkMode", mBulkModeFeature, "UART",
+                                                   "Error reading device serial bulk port mode.",
+                                                   "Error setting device serial bulk port to UART mode.");
+                            });
 }
 
 KuUtilsLib::Result DeviceSerialPortConfig::BackupPortConfig()
@@ -271,17 +281,15 @@ KuUtilsLib::Result DeviceSerialPortConfig::BackupPortConfig()
     {
         return KuUtilsLib::Result(KoResult::OK);
     }
-    StateStack stack(mDevice);
-    const KuUtilsLib::Result selected = SelectPort(stack, __func__);
-    if (selected.GetCode() != KoResult::OK)
-    {
-        return selected;
-    }
-    BackupFeature(mBaudRateFeature, mBackupBaudRate);
-    BackupFeature(mParityFeature, mBackupParity);
-    BackupFeature(mStopBitsFeature, mBackupStopBits);
-    BackupFeature(mBulkModeFeature, mBackupBulkMode);
-    return KuUtilsLib::Result(KoResult::OK);
+    return WithSelectedPort(__func__,
+                            [this]
+                            {
+                                BackupFeature(mBaudRateFeature, mBackupBaudRate);
+                                BackupFeature(mParityFeature, mBackupParity);
+                                BackupFeature(mStopBitsFeature, mBackupStopBits);
+                                BackupFeature(mBulkModeFeature, mBackupBulkMode);
+                                return KuUtilsLib::Result(KoResult::OK);
+                            });
 }
 
 KuUtilsLib::Result DeviceSerialPortConfig::RestorePortConfig()
@@ -290,28 +298,15 @@ KuUtilsLib::Result DeviceSerialPortConfig::RestorePortConfig()
     {
         return KuUtilsLib::Result(KoResult::OK);
     }
-    StateStack stack(mDevice);
-    const KuUtilsLib::Result selected = SelectPort(stack, __func__);
-    if (selected.GetCode() != KoResult::OK)
-    {
-        return selected;
-    }
-    RestoreSavedFeature(mBaudRateFeature, mBackupBaudRate);
-    RestoreSavedFeature(mParityFeature, mBackupParity);
-    RestoreSavedFeature(mStopBitsFeature, mBackupStopBits);
-    RestoreFeature(mBulkModeFeature, mBackupBulkMode);
-    return KuUtilsLib::Result(KoResult::OK);
-}
-
-/// How every operation begins that touches the device; aFunction is that operation and aStack its own.
-KuUtilsLib::Result DeviceSerialPortConfig::SelectPort(StateStack& aStack, const char* aFunction)
-{
-    if (mBulkSelectorFeature.GetLength() != 0 &&
-        aStack.SetValue(mBulkSelectorFeature, mBulkSelectorValue).GetCode() != KoResult::OK)
-    {
-        return KO_FAIL_RESULT_IN(aFunction, mLogger, KoResult::NOT_SUPPORTED, "Error setting Bulk selector.");
-    }
-    return KuUtilsLib::Result(KoResult::OK);
+    return WithSelectedPort(__func__,
+                            [this]
+                            {
+                                RestoreSavedFeature(mBaudRateFeature, mBackupBaudRate);
+                                RestoreSavedFeature(mParityFeature, mBackupParity);
+                                RestoreSavedFeature(mStopBitsFeature, mBackupStopBits);
+                                RestoreFeature(mBulkModeFeature, mBackupBulkMode);
+                                return KuUtilsLib::Result(KoResult::OK);
+                            });
 }
 
 /// Parity and stop bits: a feature that the device does not let us change is left alone. aEntry is NULL for a value
@@ -323,22 +318,21 @@ KuUtilsLib::Result DeviceSerialPortConfig::SyncFraming(const char* aFunction, co
     {
         return KuUtilsLib::Result(KoResult::OK);
     }
-    StateStack stack(mDevice);
-    const KuUtilsLib::Result selected = SelectPort(stack, aFunction);
-    if (selected.GetCode() != KoResult::OK)
-    {
-        return selected;
-    }
-    if (!mDevice->IsGenEnumWritable(aFeature))
-    {
-        return KuUtilsLib::Result(KoResult::OK);
-    }
-    if (aEntry == nullptr)
-    {
-        return KO_FAIL_RESULT_IN(aFunction, mLogger, KoResult::NOT_SUPPORTED, "%s", aUnexpected);
-    }
-    return SyncFeature(aFunction, aFeature, aEntry, "Error reading device serial port parity.",
-                       "Error setting device serial port parity.");
+    return WithSelectedPort(
+        aFunction,
+        [&]
+        {
+            if (!mDevice->IsGenEnumWritable(aFeature))
+            {
+                return KuUtilsLib::Result(KoResult::OK);
+            }
+            if (aEntry == nullptr)
+            {
+                return KO_FAIL_RESULT_IN(aFunction, mLogger, KoResult::NOT_SUPPORTED, "%s", aUnexpected);
+            }
+            return SyncFeature(aFunction, aFeature, aEntry, "Error reading device serial port parity.",
+                               "Error setting device serial port parity.");
+        });
 }
 
 /// Writes a setting that the device does not show yet.

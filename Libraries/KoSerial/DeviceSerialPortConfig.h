@@ -16,8 +16,6 @@
 namespace KoSerialLib
 {
 
-class StateStack;
-
 /// Reads and changes the settings of one of the device's own serial ports through its GenICam enumerations.
 ///
 /// Construct, SetPort(), BackupPortConfig(), fill mConfiguration, SyncPortConfig(), use the port through an engine, and
@@ -132,7 +130,10 @@ private:
     KoString FindFeature(const std::string& aName);
     KoString WatchFeature(const std::string& aName);
     void UnwatchFeature(const KoString& aName);
-    KuUtilsLib::Result SelectPort(StateStack& aStack, const char* aFunction);
+    template <typename Action>
+    KuUtilsLib::Result WithSelectedPort(const char* aFunction, Action aAction);
+    KuUtilsLib::Result ListBaudRates(const char* aFunction);
+    KuUtilsLib::Result SyncBaudRateFeature(const char* aFunction);
     KuUtilsLib::Result SyncFraming(const char* aFunction, const KoString& aFeature, const char* aEntry,
                                    const char* aUnexpected);
     KuUtilsLib::Result SyncFeature(const char* aFunction, const KoString& aFeature, const char* aEntry,
