@@ -12,7 +12,8 @@
 ///
 /// Every operation runs on the thread that makes the transfer, one call at a time for the whole process, while a lock
 /// is held that every transfer takes: return soon, and never read, write, register or unregister from inside. The port
-/// name is the identity text of the device. The timestamp is in milliseconds of a monotonic clock.
+/// name is the identity text of the device. The timestamp is in milliseconds of a monotonic clock, which moves on with
+/// the tick of the kernel, every 1 to 10 ms: take a time of your own where less counts.
 class KO_SERIAL_API KoDeviceSerialPortEchoSink
 {
 public:
