@@ -4,7 +4,7 @@ JOBS ?= $(shell nproc)
 # Most tests wait more than they compute.
 TEST_JOBS ?= $(shell expr 2 \* $(JOBS))
 
-.PHONY: help deps demo test test-asan test-tsan soak fuzz coverage bench bench-instructions bench-plot format check-format \
+.PHONY: help deps demo test test-asan test-tsan test-arm64 soak fuzz coverage bench bench-instructions bench-plot format check-format \
     tidy docs install clean
 
 help: ## list the commands
@@ -28,6 +28,18 @@ test-asan: build-asan ## run all tests with the address and undefined behaviour 
 
 test-tsan: build-tsan ## run all tests with the thread sanitizer
 	@ctest --preset tsan --parallel $(TEST_JOBS)
+
+# What the tests need of the other architecture are static libraries and headers alone.
+ARM64_PACKAGES = g++-aarch64-linux-gnu libgtest-dev:arm64 librapidcheck-dev:arm64 qemu-user
+
+build-arm64: deps
+	@Scripts/install-deps $(ARM64_PACKAGES)
+	@cmake --preset arm64 >/dev/null
+	@cmake --build --preset arm64 --parallel $(JOBS)
+
+test-arm64: build-arm64 ## run all tests and the demo for 64-bit Arm, in an emulator
+	@ctest --preset arm64 --parallel $(TEST_JOBS)
+	@qemu-aarch64 -L /usr/aarch64-linux-gnu build/arm64/Tools/koserial/koserial demo
 
 soak: build-dev ## work all ports of two devices for MINUTES (default 1) and lose nothing
 	@build/dev/Tests/Soak/KoSerialSoak $$((60 * $(or $(MINUTES),1)))

@@ -125,6 +125,7 @@ void SpiFlash::ProgramPage(std::uint32_t aAddress, const std::uint8_t* aPage)
 void SpiFlash::ProgramPiece(std::uint32_t aAddress, const std::uint8_t* aData)
 {
     Bytes command = MakeCommand(PAGE_PROGRAM, aAddress);
+    command.reserve(command.size() + mPieceSize);
     command.insert(command.end(), aData, aData + mPieceSize);
     EnableWriting();
     mTransfer(command, 0);

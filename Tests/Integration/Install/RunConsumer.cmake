@@ -20,9 +20,10 @@ endfunction()
 run(${CMAKE_COMMAND} --install ${BUILD_DIR} --prefix ${prefix})
 
 run(${CMAKE_COMMAND} -S ${CONSUMER_DIR} -B ${WORK_DIR}/cmake -G Ninja
-    -D CMAKE_PREFIX_PATH=${prefix} -D CMAKE_CXX_COMPILER=${CXX} "-DCMAKE_CXX_FLAGS=${CXX_FLAGS}")
+    -D CMAKE_PREFIX_PATH=${prefix} -D CMAKE_CXX_COMPILER=${CXX} "-DCMAKE_CXX_FLAGS=${CXX_FLAGS}"
+    -D CMAKE_TOOLCHAIN_FILE=${TOOLCHAIN})
 run(${CMAKE_COMMAND} --build ${WORK_DIR}/cmake)
-run(${WORK_DIR}/cmake/Consumer)
+run(${EMULATOR} ${WORK_DIR}/cmake/Consumer)
 expect_closed_port()
 
 set(ENV{PKG_CONFIG_PATH} ${prefix}/${LIBDIR}/pkgconfig)
@@ -31,7 +32,7 @@ run(pkg-config --define-variable=prefix=${prefix} --cflags --libs koserial)
 separate_arguments(flags UNIX_COMMAND "${output} ${CXX_FLAGS}")
 run(${CXX} -std=c++17 ${CONSUMER_DIR}/Consumer.cpp -o ${WORK_DIR}/consumer ${flags}
     -Wl,-rpath,${prefix}/${LIBDIR})
-run(${WORK_DIR}/consumer)
+run(${EMULATOR} ${WORK_DIR}/consumer)
 expect_closed_port()
 
-run(${prefix}/bin/koserial --version)
+run(${EMULATOR} ${prefix}/bin/koserial --version)

@@ -15,7 +15,7 @@ using Lines = std::vector<std::string>;
 /// Runs the helper and gives what it writes to standard error. aEnvironment is how env(1) is to set KO_LOG.
 Lines RunHelper(const std::string& aEnvironment, const std::string& aMode)
 {
-    const std::string command = "env " + aEnvironment + " '" KO_LOG_HELPER "' " + aMode + " 2>&1 >/dev/null";
+    const std::string command = "env " + aEnvironment + " " KO_LOG_HELPER " " + aMode + " 2>&1 >/dev/null";
     std::FILE* const pipe = ::popen(command.c_str(), "r");
     EXPECT_NE(pipe, nullptr);
     std::string output;

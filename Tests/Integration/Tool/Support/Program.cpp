@@ -80,7 +80,7 @@ Program& Program::Start()
     ::posix_spawnattr_setflags(&attributes, static_cast<short>(mNewSession ? POSIX_SPAWN_SETSID : 0));
 
     const std::vector<char*> arguments = ToArguments(mCommand);
-    const int error = ::posix_spawn(&mProcess, arguments[0], &actions, &attributes, arguments.data(), environ);
+    const int error = ::posix_spawnp(&mProcess, arguments[0], &actions, &attributes, arguments.data(), environ);
     ::posix_spawnattr_destroy(&attributes);
     ::posix_spawn_file_actions_destroy(&actions);
     EXPECT_EQ(error, 0) << mCommand.front();
