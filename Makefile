@@ -4,11 +4,11 @@ JOBS ?= $(shell nproc)
 # Most tests wait more than they compute.
 TEST_JOBS ?= $(shell expr 2 \* $(JOBS))
 
-.PHONY: help deps demo test test-asan test-tsan test-arm64 soak fuzz coverage bench bench-instructions bench-plot format check-format \
-    tidy docs install clean
+.PHONY: help deps demo test test-asan test-tsan test-arm64 soak fuzz coverage bench bench-instructions bench-plot \
+    format check-format tidy docs install clean
 
 help: ## list the commands
-	@awk -F ':.*## ' '/^[a-z-]+:.*## / { printf "make %-18s %s\n", $$1, $$2 }' $(MAKEFILE_LIST)
+	@awk -F ':.*## ' '/^[a-z0-9-]+:.*## / { printf "make %-18s %s\n", $$1, $$2 }' $(MAKEFILE_LIST)
 
 deps: ## install the packages that building and testing need
 	@Scripts/install-deps
@@ -78,8 +78,15 @@ format: ## format the sources
 check-format: ## check that the sources are formatted
 	@git ls-files '*.h' '*.cpp' | xargs clang-format --dry-run -Werror
 
-tidy: build-dev ## run clang-tidy over the libraries and the tool
-	@git ls-files 'Libraries/*.cpp' 'Tools/*.cpp' | xargs -P $(JOBS) -n 4 clang-tidy -p build/dev --quiet
+CHECKED = Examples Libraries Tools include
+CHECKED_INCLUDES = -I include -I Libraries/KoBase/include -I Libraries/KoSim/include -I Libraries/KoSim/src
+
+tidy: ## run cppcheck and clang-tidy over the libraries, the tool and the examples
+	@Scripts/install-deps clang clang-tidy cppcheck
+	@$(MAKE) --no-print-directory build-clang
+	@cppcheck --quiet --std=c++17 --language=c++ --enable=warning,style,performance,portability --error-exitcode=1 \
+	    --suppressions-list=.cppcheck-suppressions $(CHECKED_INCLUDES) $(CHECKED)
+	@git ls-files $(CHECKED) | grep '\.cpp$$' | xargs -P $(JOBS) -n 4 clang-tidy -p build/clang --quiet
 
 docs: ## write the API documentation to build/docs
 	@Scripts/install-deps doxygen

@@ -36,7 +36,7 @@ KoResult ReadPiece(KoDeviceI2CBus& aBus, std::uint32_t aAddress, std::uint8_t* a
 {
     const std::array<std::uint8_t, 2> address = {static_cast<std::uint8_t>(aAddress >> 8),
                                                  static_cast<std::uint8_t>(aAddress)};
-    const KoResult addressed = aBus.MasterTransmitter(EEPROM, address.data(), address.size(), FAST_MODE, !STOP);
+    KoResult addressed = aBus.MasterTransmitter(EEPROM, address.data(), address.size(), FAST_MODE, !STOP);
     if (!addressed.IsOK())
     {
         return addressed;

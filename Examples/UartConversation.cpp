@@ -27,7 +27,7 @@ KoResult ReadLine(KoDeviceSerialPort& aPort, std::string& aLine)
     {
         std::array<std::uint8_t, 64> buffer{};
         std::uint32_t count = 0;
-        const KoResult result = aPort.Read(buffer.data(), static_cast<std::uint32_t>(buffer.size()), count, 1000);
+        KoResult result = aPort.Read(buffer.data(), static_cast<std::uint32_t>(buffer.size()), count, 1000);
         if (!result.IsOK())
         {
             return result;

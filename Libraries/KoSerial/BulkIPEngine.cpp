@@ -170,7 +170,7 @@ bool BulkIPEngine::IsOpened()
 
 KoResult BulkIPEngine::Write(const std::uint8_t* aData, std::uint32_t aSize, std::uint32_t& aBytesWritten)
 {
-    const KoResult connected = CheckConnected(__func__);
+    KoResult connected = CheckConnected(__func__);
     if (!connected.IsOK())
     {
         return connected;
@@ -179,7 +179,7 @@ KoResult BulkIPEngine::Write(const std::uint8_t* aData, std::uint32_t aSize, std
     StartWrite(aSize);
     aBytesWritten = 0;
     std::uint32_t timeoutMs = 0;
-    const KoResult sent = SendChunks(aData, aSize, aBytesWritten, timeoutMs);
+    KoResult sent = SendChunks(aData, aSize, aBytesWritten, timeoutMs);
     if (!sent.IsOK())
     {
         return sent;
@@ -205,7 +205,7 @@ KoResult BulkIPEngine::SendChunks(const std::uint8_t* aData, std::uint32_t aSize
         mTxFifoPartialEvent.Reset();
         mTxFifoEmptyEvent.Reset();
         KO_TRACE_IN("Write", *mLogger, "Transmitting %d byte chunk (%d bytes already sent)", chunk, aBytesWritten);
-        const KoResult transmitted = Transmit(aData + aBytesWritten, chunk);
+        KoResult transmitted = Transmit(aData + aBytesWritten, chunk);
         if (!transmitted.IsOK())
         {
             return transmitted;

@@ -130,7 +130,7 @@ KoResult DeviceI2CBus::IndirectBurstRead(std::uint8_t aAddress, std::uint8_t aOf
                                          std::uint32_t aLength, std::uint32_t& aBytesRead, bool aFastMode,
                                          bool aRepeatedStart)
 {
-    const KoResult addressed = MasterTransmitter(aAddress, &aOffset, 1, aFastMode, !aRepeatedStart);
+    KoResult addressed = MasterTransmitter(aAddress, &aOffset, 1, aFastMode, !aRepeatedStart);
     if (!addressed.IsOK())
     {
         return addressed;

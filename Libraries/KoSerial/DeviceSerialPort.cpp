@@ -36,7 +36,7 @@ void DeviceSerialPort::ReleasePort()
 
 KoResult DeviceSerialPort::Attach(IKoDeviceAdapter* aDevice, KoDeviceSerial aPort, SupportTest aIsSupported)
 {
-    const KoResult claimed = ClaimPort(aDevice, aPort, aIsSupported);
+    KoResult claimed = ClaimPort(aDevice, aPort, aIsSupported);
     if (claimed.IsOK())
     {
         aDevice->RegisterEventSink(this);
@@ -46,7 +46,7 @@ KoResult DeviceSerialPort::Attach(IKoDeviceAdapter* aDevice, KoDeviceSerial aPor
 
 KoResult DeviceSerialPort::Detach(const std::function<void()>& aRestoreInterrupts)
 {
-    const KoResult connected = CheckConnected("Close");
+    KoResult connected = CheckConnected("Close");
     if (!connected.IsOK())
     {
         return connected;

@@ -236,7 +236,7 @@ KuUtilsLib::Result DeviceSerialPortConfig::SyncBaudRateFeature(const char* aFunc
 {
     const std::string entry = "Baud" + std::to_string(mConfiguration.mBaudRate);
     const char* const failure = "Error setting device serial port baud rate.";
-    const KuUtilsLib::Result synced = SyncFeature(aFunction, mBaudRateFeature, entry.c_str(), failure, failure);
+    KuUtilsLib::Result synced = SyncFeature(aFunction, mBaudRateFeature, KoString(entry.c_str()), failure, failure);
     if (synced.GetCode() != KoResult::OK)
     {
         return synced;
@@ -269,7 +269,7 @@ KuUtilsLib::Result DeviceSerialPortConfig::SyncBulkMode()
     return WithSelectedPort(__func__,
                             [this]
                             {
-                                return SyncFeature("SyncBulkMode", mBulkModeFeature, "UART",
+                                return SyncFeature("SyncBulkMode", mBulkModeFeature, KoString("UART"),
                                                    "Error reading device serial bulk port mode.",
                                                    "Error setting device serial bulk port to UART mode.");
                             });
@@ -330,23 +330,22 @@ KuUtilsLib::Result DeviceSerialPortConfig::SyncFraming(const char* aFunction, co
             {
                 return KO_FAIL_RESULT_IN(aFunction, mLogger, KoResult::NOT_SUPPORTED, "%s", aUnexpected);
             }
-            return SyncFeature(aFunction, aFeature, aEntry, "Error reading device serial port parity.",
+            return SyncFeature(aFunction, aFeature, KoString(aEntry), "Error reading device serial port parity.",
                                "Error setting device serial port parity.");
         });
 }
 
 /// Writes a setting that the device does not show yet.
 KuUtilsLib::Result DeviceSerialPortConfig::SyncFeature(const char* aFunction, const KoString& aFeature,
-                                                       const char* aEntry, const char* aReadFailure,
+                                                       const KoString& aEntry, const char* aReadFailure,
                                                        const char* aWriteFailure)
 {
-    const KoString entry(aEntry);
     KoString current;
     if (!mDevice->GetGenEnumValue(aFeature, current).IsOK())
     {
         return KO_FAIL_RESULT_IN(aFunction, mLogger, KoResult::NOT_SUPPORTED, "%s", aReadFailure);
     }
-    if (current != entry && !mDevice->SetGenEnumValue(aFeature, entry).IsOK())
+    if (current != aEntry && !mDevice->SetGenEnumValue(aFeature, aEntry).IsOK())
     {
         return KO_FAIL_RESULT_IN(aFunction, mLogger, KoResult::NOT_SUPPORTED, "%s", aWriteFailure);
     }

@@ -136,7 +136,7 @@ private:
     KuUtilsLib::Result SyncBaudRateFeature(const char* aFunction);
     KuUtilsLib::Result SyncFraming(const char* aFunction, const KoString& aFeature, const char* aEntry,
                                    const char* aUnexpected);
-    KuUtilsLib::Result SyncFeature(const char* aFunction, const KoString& aFeature, const char* aEntry,
+    KuUtilsLib::Result SyncFeature(const char* aFunction, const KoString& aFeature, const KoString& aEntry,
                                    const char* aReadFailure, const char* aWriteFailure);
     void BackupFeature(const KoString& aFeature, KoString& aBackup);
     void RestoreFeature(const KoString& aFeature, const KoString& aBackup);

@@ -114,7 +114,7 @@ KoString IRegisterSerialPort::GetUpstreamDataLength(KoDeviceSerial aPort)
 
 KoResult IRegisterSerialPort::Open(IKoDeviceAdapter* aDevice, KoDeviceSerial aPort)
 {
-    const KoResult claimed = ClaimPort(aDevice, aPort, &IRegisterSerialPort::IsSupported);
+    KoResult claimed = ClaimPort(aDevice, aPort, &IRegisterSerialPort::IsSupported);
     if (!claimed.IsOK())
     {
         return claimed;
@@ -155,7 +155,7 @@ KoResult IRegisterSerialPort::Open(IKoDeviceAdapter* aDevice, KoDeviceSerial aPo
 
 KoResult IRegisterSerialPort::Close()
 {
-    const KoResult connected = CheckConnected(__func__);
+    KoResult connected = CheckConnected(__func__);
     if (!connected.IsOK())
     {
         return connected;
@@ -182,13 +182,13 @@ KoResult IRegisterSerialPort::SetEventNotification(const char* aValue, KoString*
     const KoString selector("EventSelector");
     const KoString eventName = FormatName("Bulk%iUpstreamData", mPort);
     KoString savedSelector;
-    const KoResult selected = SwitchEnum(selector, eventName, savedSelector);
+    KoResult selected = SwitchEnum(selector, eventName, savedSelector);
     if (!selected.IsOK())
     {
         return selected;
     }
     KoString previous;
-    const KoResult switched = SwitchEnum(KoString("EventNotification"), KoString(aValue), previous);
+    KoResult switched = SwitchEnum(KoString("EventNotification"), KoString(aValue), previous);
     if (!switched.IsOK())
     {
         return switched;
@@ -259,7 +259,7 @@ KoResult IRegisterSerialPort::Write(const std::uint8_t* aData, std::uint32_t aSi
 KoResult IRegisterSerialPort::WriteAndRead(const std::uint8_t* aData, std::uint32_t aSize, std::uint32_t& aBytesWritten,
                                            std::uint32_t aReadLength, bool aSimultaneous, bool aSPIControl)
 {
-    const KoResult connected = CheckConnected(__func__);
+    KoResult connected = CheckConnected(__func__);
     if (!connected.IsOK())
     {
         return connected;
@@ -298,7 +298,7 @@ KoResult IRegisterSerialPort::WriteAndRead(const std::uint8_t* aData, std::uint3
 KoResult IRegisterSerialPort::PrepareFrame(std::uint32_t& aPayload)
 {
     std::int64_t registerLength = 0;
-    const KoResult got = mDevice->GetGenRegisterLength(mDownstreamData, registerLength);
+    KoResult got = mDevice->GetGenRegisterLength(mDownstreamData, registerLength);
     if (!got.IsOK())
     {
         KO_LOG_IN("WriteAndRead", *mLogger, LOG_ERROR, "IRegisterSerialPort::Write Downstream get register failed");
@@ -367,7 +367,7 @@ void IRegisterSerialPort::StoreHeader(std::uint32_t aFirst, std::uint32_t aSecon
 
 KoResult IRegisterSerialPort::SendFrame(std::uint32_t aLength)
 {
-    const KoResult sent = mDevice->SetGenRegisterData(mDownstreamData, mDownstreamBuffer.get(), aLength);
+    KoResult sent = mDevice->SetGenRegisterData(mDownstreamData, mDownstreamBuffer.get(), aLength);
     if (!sent.IsOK())
     {
         return sent;

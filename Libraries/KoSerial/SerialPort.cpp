@@ -64,11 +64,11 @@ void Gather(std::uint8_t* aTo, const std::uint8_t* aFrom, std::uint32_t aCount, 
     std::uint32_t done = 0;
     for (; aCount - done >= GATHER_BLOCK; done += GATHER_BLOCK)
     {
-        GatherBlock(aTo + done, aFrom + std::size_t{done} * WORD_SIZE);
+        GatherBlock(aTo + done, aFrom + static_cast<std::size_t>(done) * WORD_SIZE);
     }
     for (; done < aCount; ++done)
     {
-        aTo[done] = aFrom[std::size_t{done} * WORD_SIZE];
+        aTo[done] = aFrom[static_cast<std::size_t>(done) * WORD_SIZE];
     }
 }
 

@@ -58,12 +58,12 @@ bool SerialPortIPEngine::IsSupported(IKoDeviceAdapter* aDevice, KoDeviceSerial a
 
 KoResult SerialPortIPEngine::Open(IKoDeviceAdapter* aDevice, KoDeviceSerial aPort)
 {
-    const KoResult attached = Attach(aDevice, aPort, &SerialPortIPEngine::IsSupported);
+    KoResult attached = Attach(aDevice, aPort, &SerialPortIPEngine::IsSupported);
     if (!attached.IsOK())
     {
         return attached;
     }
-    const KoResult enabled = EnableInterrupts(false);
+    KoResult enabled = EnableInterrupts(false);
     if (!enabled.IsOK())
     {
         return enabled;
@@ -84,7 +84,7 @@ bool SerialPortIPEngine::IsOpened()
 
 KoResult SerialPortIPEngine::Write(const std::uint8_t* aData, std::uint32_t aSize, std::uint32_t& aBytesWritten)
 {
-    const KoResult connected = CheckConnected(__func__);
+    KoResult connected = CheckConnected(__func__);
     if (!connected.IsOK())
     {
         return connected;
@@ -94,7 +94,7 @@ KoResult SerialPortIPEngine::Write(const std::uint8_t* aData, std::uint32_t aSiz
     aBytesWritten = 0;
     for (std::uint32_t i = 0; i < aSize; ++i)
     {
-        const KoResult written = WriteByte(i, aData[i], aBytesWritten);
+        KoResult written = WriteByte(i, aData[i], aBytesWritten);
         if (!written.IsOK())
         {
             return written;
@@ -179,7 +179,7 @@ void SerialPortIPEngine::ReceiveWords(const std::uint8_t* aWords, std::uint32_t 
     // Each byte is traced before the ring traces what it did with it.
     for (std::uint32_t i = 0; i < aCount; ++i)
     {
-        const std::uint8_t byte = aWords[std::size_t{i} * WORD_SIZE];
+        const std::uint8_t byte = aWords[static_cast<std::size_t>(i) * WORD_SIZE];
         KO_LOG_IN("NotifyEvent", *mLogger, LOG_DEBUG, "Received byte [0x%02X]", byte);
         PushToRxBuffer(byte, false);
     }

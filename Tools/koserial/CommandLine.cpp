@@ -36,7 +36,7 @@ constexpr const char* FOOTER =
 /// What goes wrong is told by the commands; the log of the library is for those who ask for it.
 void QuietenLog()
 {
-    if (std::getenv("KO_LOG") == nullptr)
+    if (std::getenv("KO_LOG") == nullptr) // NOLINT(concurrency-mt-unsafe): no other thread runs yet
     {
         KuUtilsLib::Logger::SetLevel(static_cast<KuUtilsLib::PriorityLevel>(0));
     }

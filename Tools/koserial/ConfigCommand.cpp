@@ -146,12 +146,9 @@ void SaveSettings(const std::string& aPath, KoDeviceSerial aPort, const PortSett
 
 void CheckTaken(KoDeviceSerial aPort, const std::vector<Row>& aRows)
 {
-    for (const Row& row : aRows)
+    if (!std::all_of(aRows.begin(), aRows.end(), [](const Row& aRow) { return aRow.IsTaken(); }))
     {
-        if (!row.IsTaken())
-        {
-            throw Failure(std::string(GetPortName(aPort)) + " has not taken every setting");
-        }
+        throw Failure(std::string(GetPortName(aPort)) + " has not taken every setting");
     }
 }
 

@@ -6,6 +6,8 @@
 
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
+#include <iterator>
 #include <memory>
 
 namespace KoTool
@@ -20,11 +22,10 @@ struct WriteOptions : I2cOptions
 
 Bytes ParseBytes(const std::vector<std::string>& aWords)
 {
+    const auto parse = [](const std::string& aWord)
+    { return static_cast<std::uint8_t>(ParseNumber("BYTE", aWord, BYTE_VALUES)); };
     Bytes bytes;
-    for (const std::string& word : aWords)
-    {
-        bytes.push_back(static_cast<std::uint8_t>(ParseNumber("BYTE", word, BYTE_VALUES)));
-    }
+    std::transform(aWords.begin(), aWords.end(), std::back_inserter(bytes), parse);
     return bytes;
 }
 

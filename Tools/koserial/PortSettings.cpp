@@ -3,6 +3,7 @@
 #include "Failure.h"
 #include "Numbers.h"
 
+#include <algorithm>
 #include <array>
 #include <map>
 #include <sstream>
@@ -95,14 +96,12 @@ std::string FormatParity(KoParity aParity)
 
 KoParity ParseParity(const std::string& aText)
 {
-    for (const KoParity parity : {KoParityNone, KoParityEven, KoParityOdd})
+    const auto* const parity = std::find(PARITIES.begin(), PARITIES.end(), aText);
+    if (parity == PARITIES.end())
     {
-        if (aText == FormatParity(parity))
-        {
-            return parity;
-        }
+        throw MakeUsageFailure("parity cannot be '" + aText + "': it can be none, even or odd");
     }
-    throw MakeUsageFailure("parity cannot be '" + aText + "': it can be none, even or odd");
+    return static_cast<KoParity>(parity - PARITIES.begin());
 }
 
 std::string FormatSettings(const PortSettings& aSettings)

@@ -20,14 +20,15 @@ void Sender::Run()
     while (!mStopping.load(std::memory_order_relaxed))
     {
         const std::optional<std::size_t> count = mInput.Read(buffer.data(), mPieceSize.Get(), POLL_PERIOD_MS);
-        if (count == 0U)
+        if (!count)
+        {
+            continue;
+        }
+        if (*count == 0)
         {
             return;
         }
-        if (count)
-        {
-            SendPiece(buffer.data(), static_cast<std::uint32_t>(*count));
-        }
+        SendPiece(buffer.data(), static_cast<std::uint32_t>(*count));
     }
 }
 

@@ -44,7 +44,7 @@ std::optional<std::int32_t> ParseLevel(const std::string& aText)
 
 std::int32_t GetInitialLevel()
 {
-    const char* text = std::getenv("KO_LOG");
+    const char* text = std::getenv("KO_LOG"); // NOLINT(concurrency-mt-unsafe): while static objects are made
     if (text == nullptr || *text == '\0')
     {
         return LOG_WARNING;
@@ -71,6 +71,7 @@ std::string FormatV(const char* aFormat, std::va_list aArguments)
 {
     std::va_list measured;
     va_copy(measured, aArguments);
+    // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): it is initialized by va_copy
     const int length = std::vsnprintf(nullptr, 0, aFormat, measured);
     va_end(measured);
     if (length < 0)

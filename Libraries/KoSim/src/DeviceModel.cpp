@@ -3,6 +3,7 @@
 #include "Registers.h"
 
 #include <algorithm>
+#include <iterator>
 #include <stdexcept>
 
 namespace KoSim
@@ -196,30 +197,28 @@ bool DeviceModel::Watch(const std::string& aName)
 
 bool DeviceModel::WriteBlock(const std::string& aName, const std::uint8_t* aData, std::size_t aLength, Time aNow)
 {
-    for (const auto& bulk : mBulks)
+    const auto bulk = std::find_if(mBulks.begin(), mBulks.end(),
+                                   [&](const auto& aBulk) { return aBulk->GetDownstreamName() == aName; });
+    if (bulk == mBulks.end())
     {
-        if (bulk->GetDownstreamName() == aName)
-        {
-            Advance(aNow);
-            bulk->WriteDownstream(aData, aLength, aNow);
-            Advance(aNow);
-            return true;
-        }
+        return false;
     }
-    return false;
+    Advance(aNow);
+    (*bulk)->WriteDownstream(aData, aLength, aNow);
+    Advance(aNow);
+    return true;
 }
 
 bool DeviceModel::ReadBlock(const std::string& aName, std::uint8_t* aBuffer, std::size_t aLength)
 {
-    for (const auto& bulk : mBulks)
+    const auto bulk = std::find_if(mBulks.begin(), mBulks.end(),
+                                   [&](const auto& aBulk) { return aBulk->GetUpstreamName() == aName; });
+    if (bulk == mBulks.end())
     {
-        if (bulk->GetUpstreamName() == aName)
-        {
-            bulk->ReadUpstream(aBuffer, aLength);
-            return true;
-        }
+        return false;
     }
-    return false;
+    (*bulk)->ReadUpstream(aBuffer, aLength);
+    return true;
 }
 
 bool DeviceModel::IsSending() const
@@ -264,10 +263,9 @@ void DeviceModel::Advance(Time aNow)
         return;
     }
     ForEachPort([&](PortModel& aPort) { aPort.Advance(aNow); });
-    for (std::string& feature : mFeatures.TakeInvalidated())
-    {
-        mOutputs.emplace_back(InvalidationOutput{std::move(feature)});
-    }
+    std::vector<std::string> invalidated = mFeatures.TakeInvalidated();
+    std::transform(invalidated.begin(), invalidated.end(), std::back_inserter(mOutputs),
+                   [](std::string& aFeature) { return InvalidationOutput{std::move(aFeature)}; });
 }
 
 std::optional<Time> DeviceModel::GetDeadline()

@@ -42,7 +42,7 @@ public:
         {
             return KoResult(KoResult::NOT_CONNECTED, "The simulated device is not connected.");
         }
-        const KoResult result = aAccess(mModel, Now());
+        KoResult result = aAccess(mModel, Now());
         mWork.notify_one();
         return result;
     }

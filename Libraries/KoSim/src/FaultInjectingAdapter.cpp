@@ -329,7 +329,7 @@ KoResult FaultInjectingAdapter::UnregisterEventSink(IKoDeviceEventSink* aSink)
         reached = true;
         return mDevice.UnregisterEventSink(aSink);
     };
-    const KoResult result = Pass(Call("UnregisterEventSink"), unregister);
+    KoResult result = Pass(Call("UnregisterEventSink"), unregister);
     if (!reached)
     {
         unregister();

@@ -12,12 +12,10 @@ constexpr std::size_t READ_REQUEST_SIZE = 3;
 
 void WriteTo(II2cSlave& aSlave, const std::vector<std::uint8_t>& aRequest)
 {
-    for (auto byte = aRequest.begin() + 1; byte != aRequest.end(); ++byte)
+    auto byte = aRequest.begin() + 1;
+    while (byte != aRequest.end() && aSlave.Write(*byte))
     {
-        if (!aSlave.Write(*byte))
-        {
-            return;
-        }
+        ++byte;
     }
 }
 

@@ -7,6 +7,7 @@
 #include <KoSim/LineStatistics.h>
 #include <KoSim/Port.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -77,10 +78,9 @@ private:
     /// What the other end makes of bytes: other ones, and not the same again after the way back.
     std::vector<std::uint8_t> Garble(std::vector<std::uint8_t> aBytes)
     {
-        for (std::uint8_t& byte : aBytes)
-        {
-            byte = static_cast<std::uint8_t>((byte << 3 | byte >> 5) ^ 0xA5);
-        }
+        const auto garble = [](std::uint8_t aByte)
+        { return static_cast<std::uint8_t>((aByte << 3 | aByte >> 5) ^ 0xA5); };
+        std::transform(aBytes.begin(), aBytes.end(), aBytes.begin(), garble);
         mStatistics.mFramingErrors += aBytes.size();
         return aBytes;
     }

@@ -1,5 +1,8 @@
 #include "SpiBus.h"
 
+#include <algorithm>
+#include <iterator>
+
 namespace KoSim
 {
 namespace
@@ -21,10 +24,8 @@ std::vector<std::uint8_t> SpiBus::Transfer(const std::vector<std::uint8_t>& aReq
     std::vector<std::uint8_t> taken;
     taken.reserve(aRequest.size() + aReadCount);
     mSlave->Select();
-    for (const std::uint8_t byte : aRequest)
-    {
-        taken.push_back(mSlave->Exchange(byte, aNow));
-    }
+    std::transform(aRequest.begin(), aRequest.end(), std::back_inserter(taken),
+                   [&](std::uint8_t aByte) { return mSlave->Exchange(aByte, aNow); });
     if (!aSimultaneous)
     {
         taken.clear();
