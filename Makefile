@@ -5,7 +5,7 @@ JOBS ?= $(shell nproc)
 TEST_JOBS ?= $(shell expr 2 \* $(JOBS))
 
 .PHONY: help deps demo test test-asan test-tsan test-arm64 soak fuzz coverage bench bench-instructions bench-plot \
-    format check-format tidy docs install clean
+    format check-format tidy abi docs install clean
 
 help: ## list the commands
 	@awk -F ':.*## ' '/^[a-z0-9-]+:.*## / { printf "make %-18s %s\n", $$1, $$2 }' $(MAKEFILE_LIST)
@@ -87,6 +87,13 @@ tidy: ## run cppcheck and clang-tidy over the libraries, the tool and the exampl
 	@cppcheck --quiet --std=c++17 --language=c++ --enable=warning,style,performance,portability --error-exitcode=1 \
 	    --suppressions-list=.cppcheck-suppressions $(CHECKED_INCLUDES) $(CHECKED)
 	@git ls-files $(CHECKED) | grep '\.cpp$$' | xargs -P $(JOBS) -n 4 clang-tidy -p build/clang --quiet
+
+ABI_LIBRARIES = build/abi/Libraries/KoSerial/libKoSerial.so build/abi-arm64/Libraries/KoSerial/libKoSerial.so
+
+abi: ## compare the library's binary interface with Tests/Abi/KoSerial.abi (UPDATE=1 rewrites it)
+	@Scripts/install-deps abigail-tools g++-aarch64-linux-gnu
+	@$(MAKE) --no-print-directory build-abi build-abi-arm64
+	@Scripts/abi $(if $(UPDATE),--update) $(ABI_LIBRARIES)
 
 docs: ## write the API documentation to build/docs
 	@Scripts/install-deps doxygen
