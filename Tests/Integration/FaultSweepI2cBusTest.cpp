@@ -46,10 +46,10 @@ private:
         MasterTransmitter();
         Read("BurstRead", THERMOMETER, "\x19" + std::string(1, '\0'),
              [this](std::uint8_t aAddress, std::uint8_t* aBuffer, std::uint32_t aLength, std::uint32_t& aCount)
-             { return mBus->BurstRead(aAddress, aBuffer, aLength, aCount, FAST); });
+             { return mObject->BurstRead(aAddress, aBuffer, aLength, aCount, FAST); });
         Read("MasterReceiverAfterFirstByte", EEPROM, "\x06",
              [this](std::uint8_t aAddress, std::uint8_t* aBuffer, std::uint32_t aLength, std::uint32_t& aCount)
-             { return mBus->MasterReceiverAfterFirstByte(aAddress, aBuffer, aLength, aCount, FAST, STOP); });
+             { return mObject->MasterReceiverAfterFirstByte(aAddress, aBuffer, aLength, aCount, FAST, STOP); });
     }
 
     void UseAgain() override { BurstWrite(); }
@@ -60,7 +60,7 @@ private:
         Do(
             "BurstWrite",
             [&]
-            { return ToText(mBus->BurstWrite(EEPROM, data.data(), static_cast<std::uint32_t>(data.size()), FAST)); },
+            { return ToText(mObject->BurstWrite(EEPROM, data.data(), static_cast<std::uint32_t>(data.size()), FAST)); },
             [&](Calls& aCalls) { return ToText(mModel.Request(aCalls, Request(EEPROM, false, data), "")); });
     }
 
@@ -70,7 +70,7 @@ private:
         const auto act = [&]
         {
             const auto length = static_cast<std::uint32_t>(data.size());
-            return ToText(mBus->IndirectBurstWrite(EEPROM, 0x20, data.data(), length, FAST));
+            return ToText(mObject->IndirectBurstWrite(EEPROM, 0x20, data.data(), length, FAST));
         };
         Do("IndirectBurstWrite", act,
            [&](Calls& aCalls) {
@@ -82,7 +82,7 @@ private:
     {
         const auto read =
             [this](std::uint8_t aAddress, std::uint8_t* aBuffer, std::uint32_t aLength, std::uint32_t& aCount)
-        { return mBus->IndirectBurstRead(aAddress, 0x20, aBuffer, aLength, aCount, FAST, REPEATED_START); };
+        { return mObject->IndirectBurstRead(aAddress, 0x20, aBuffer, aLength, aCount, FAST, REPEATED_START); };
         const std::string answer = "\x04\x05";
         const auto predict = [&](Calls& aCalls)
         {
@@ -98,7 +98,7 @@ private:
         const std::uint8_t temperature = 0;
         Do(
             "MasterTransmitter",
-            [&] { return ToText(mBus->MasterTransmitter(THERMOMETER, &temperature, 1, FAST, STOP)); },
+            [&] { return ToText(mObject->MasterTransmitter(THERMOMETER, &temperature, 1, FAST, STOP)); },
             [&](Calls& aCalls) { return ToText(mModel.Request(aCalls, Request(THERMOMETER, false, {0}), "")); });
     }
 

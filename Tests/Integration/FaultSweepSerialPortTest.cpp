@@ -1,8 +1,7 @@
 // A serial port on each port of each device, with a fault at every call that the library makes to the device.
 
 #include "BusFixture.h"
-#include "FaultSweep.h"
-#include "FaultSweepModel.h"
+#include "FaultSweepObjectRun.h"
 
 #include <KoDeviceSerialPort.h>
 
@@ -27,12 +26,11 @@ std::size_t GetPayloadLength(KoDeviceSerial aPort)
 }
 
 /// What an application does with a port, from asking for it to losing it.
-class SerialPortRun : public FaultSweepRun
+class SerialPortRun : public FaultSweepObjectRun<KoDeviceSerialPort>
 {
 public:
     SerialPortRun(const DeviceProfile& aProfile, KoDeviceSerial aPort, const Plan& aPlan)
-        : FaultSweepRun(aProfile, aPlan),
-          mPort(aPort)
+        : FaultSweepObjectRun(aProfile, aPort, aPlan)
     {
         mDevice.SetLineEnd(ToSimulatedPort(mPort), mLineEnd);
     }
@@ -72,60 +70,8 @@ public:
     }
 
 private:
-    using Calls = FaultSweepCalls;
-
-    void IsSupported()
-    {
-        Do(
-            "IsSupported", [&] { return std::to_string(KoDeviceSerialPort::IsSupported(&mFaulty, mPort)); },
-            [&](Calls& aCalls) { return std::to_string(mModel.IsPortSupported(aCalls)); });
-    }
-
-    bool Open()
-    {
-        bool opened = false;
-        const auto act = [&]
-        {
-            const KoResult result = mObject->Open(&mFaulty, mPort);
-            opened = result.IsOK();
-            return ToText(result);
-        };
-        Do("Open", act, [&](Calls& aCalls) { return ToText(mModel.OpenPort(aCalls)); });
-        return opened;
-    }
-
-    /// As an application that cleans up after a failure and tries once more.
-    bool OpenPatiently()
-    {
-        if (mObject->IsOpened())
-        {
-            return false;
-        }
-        if (Open())
-        {
-            return true;
-        }
-        CloseFirmly();
-        return !mObject->IsOpened() && Open();
-    }
-
-    void Close()
-    {
-        Do(
-            "Close", [&] { return ToText(mObject->Close()); },
-            [&](Calls& aCalls) { return ToText(mModel.Close(aCalls)); });
-    }
-
-    /// As an application that waits for the device to be plugged in again.
-    void CloseFirmly()
-    {
-        Close();
-        if (mObject->IsOpened())
-        {
-            mFaulty.Reconnect();
-            Close();
-        }
-    }
+    bool PredictSupport(Calls& aCalls) override { return mModel.IsPortSupported(aCalls); }
+    FaultSweepResult PredictOpen(Calls& aCalls) override { return mModel.OpenPort(aCalls); }
 
     void Write(const std::string& aData)
     {
@@ -227,37 +173,6 @@ private:
         Do("ResetStatistics", act, predict);
     }
 
-    void Destroy()
-    {
-        const auto act = [&]
-        {
-            mObject.reset();
-            return std::string();
-        };
-        const auto predict = [&](Calls& aCalls)
-        {
-            if (mModel.mOpened)
-            {
-                mModel.Close(aCalls);
-            }
-            mModel.ForgetObject();
-            return std::string();
-        };
-        Do("the destructor", act, predict);
-    }
-
-    /// Whether another object can open the port tells whether it is held.
-    void TryWithAnother()
-    {
-        mFaulty.ClearFaults();
-        mFaulty.Reconnect();
-        mObject = std::make_unique<KoDeviceSerialPort>();
-        if (Open())
-        {
-            Close();
-        }
-    }
-
     std::string Observe() override
     {
         std::string text =
@@ -302,12 +217,7 @@ private:
                std::to_string(aCounts[2]) + " ring " + std::to_string(aCounts[3]);
     }
 
-    std::uint32_t TakeStatedWaitMs() override { return mModel.TakeWaitMs(); }
-
-    const KoDeviceSerial mPort;
-    FaultSweepModel mModel{mProfile, mPort};
     const std::shared_ptr<TestLineEnd> mLineEnd = std::make_shared<TestLineEnd>();
-    std::unique_ptr<KoDeviceSerialPort> mObject = std::make_unique<KoDeviceSerialPort>();
 };
 
 using ProfileAndPort = std::tuple<FaultSweepProfile, int>;

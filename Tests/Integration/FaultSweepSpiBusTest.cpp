@@ -41,8 +41,8 @@ private:
     {
         const auto act = [&]
         {
-            return ToText(mBus->BurstWriteAndRead(aRequest.data(), static_cast<std::uint32_t>(aRequest.size()),
-                                                  static_cast<std::uint32_t>(aAnswer.size()), aSimultaneous, false));
+            return ToText(mObject->BurstWriteAndRead(aRequest.data(), static_cast<std::uint32_t>(aRequest.size()),
+                                                     static_cast<std::uint32_t>(aAnswer.size()), aSimultaneous, false));
         };
         Do("BurstWriteAndRead", act,
            [&](Calls& aCalls)
@@ -59,7 +59,7 @@ private:
                                  : mModel.Close(aCalls));
         };
         Do(
-            "BurstWriteAndRead", [&] { return ToText(mBus->BurstWriteAndRead(nullptr, 0, TOO_LONG, false, false)); },
+            "BurstWriteAndRead", [&] { return ToText(mObject->BurstWriteAndRead(nullptr, 0, TOO_LONG, false, false)); },
             predict);
     }
 
@@ -69,7 +69,7 @@ private:
         {
             Bytes buffer(aLength);
             std::uint32_t count = 0;
-            const KoResult result = mBus->BurstRead(buffer.data(), aLength, count, SHORT_TIME_MS);
+            const KoResult result = mObject->BurstRead(buffer.data(), aLength, count, SHORT_TIME_MS);
             mRead.assign(buffer.begin(), buffer.begin() + count);
             return ToText(result);
         };
