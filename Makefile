@@ -90,7 +90,7 @@ tidy: ## run cppcheck and clang-tidy over the libraries, the tool and the exampl
 
 ABI_LIBRARIES = build/abi/Libraries/KoSerial/libKoSerial.so build/abi-arm64/Libraries/KoSerial/libKoSerial.so
 
-abi: ## compare the library's binary interface with Tests/Abi/KoSerial.abi (UPDATE=1 rewrites it)
+abi: ## compare the library's binary interface with the one in Tests/Abi (UPDATE=1 rewrites that)
 	@Scripts/install-deps abigail-tools g++-aarch64-linux-gnu
 	@$(MAKE) --no-print-directory build-abi build-abi-arm64
 	@Scripts/abi $(if $(UPDATE),--update) $(ABI_LIBRARIES)
