@@ -17,7 +17,7 @@ constexpr std::uint32_t FAST_RATE = 400000;
 constexpr std::uint32_t NORMAL_RATE = 100000;
 constexpr std::uint32_t READ_MARGIN_MS = 50;
 
-/// Goes out as it stands: the operation is named by the log entry, not by the text.
+/// Goes out as it stands, placeholder included: the operation is named by the log entry, not by the text.
 const char* const UNOPENED = "%s failed. You must first call Open before using this function";
 
 std::uint32_t GetReadTimeoutMs(std::uint32_t aLength, bool aFastMode)
@@ -102,7 +102,7 @@ bool DeviceI2CBus::IsOpened()
     }
     if (mLogger != nullptr && mLogger->IsPriorityEnabled(KuUtilsLib::LOG_ERROR))
     {
-        KO_LOG(*mLogger, LOG_ERROR, "%s", UNOPENED);
+        KO_LOG(*mLogger, LOG_ERROR, UNOPENED, "%s");
     }
     return false;
 }
@@ -186,7 +186,7 @@ KoResult DeviceI2CBus::MasterReceiverAfterFirstByte(std::uint8_t aAddress, std::
 
 KoResult DeviceI2CBus::FailUnopened(const char* aOperation)
 {
-    return KO_FAIL_IN(aOperation, *mLogger, KoResult::NOT_OPENED, "%s", UNOPENED);
+    return KO_FAIL_IN(aOperation, *mLogger, KoResult::NOT_OPENED, UNOPENED, "%s");
 }
 
 void DeviceI2CBus::SetTransferOptions(bool aFastMode, bool aStop)

@@ -10,7 +10,7 @@ namespace
 /// The counts of an SPI frame have one byte each.
 constexpr std::uint32_t LONGEST_TRANSFER = 255;
 
-/// Goes out as it stands: the operation is named by the log entry, not by the text.
+/// Goes out as it stands, placeholder included: the operation is named by the log entry, not by the text.
 const char* const UNOPENED = "%s failed SPI. You must first call Open before using this function";
 
 } // namespace
@@ -63,7 +63,7 @@ bool DeviceSPIBus::IsOpened()
     }
     if (mLogger != nullptr && mLogger->IsPriorityEnabled(KuUtilsLib::LOG_ERROR))
     {
-        KO_LOG(*mLogger, LOG_ERROR, "%s", UNOPENED);
+        KO_LOG(*mLogger, LOG_ERROR, UNOPENED, "%s");
     }
     return false;
 }
@@ -91,7 +91,7 @@ KoResult DeviceSPIBus::BurstRead(std::uint8_t* aBuffer, std::uint32_t aLength, s
 
 KoResult DeviceSPIBus::FailUnopened(const char* aOperation)
 {
-    return KO_FAIL_IN(aOperation, *mLogger, KoResult::NOT_OPENED, "%s", UNOPENED);
+    return KO_FAIL_IN(aOperation, *mLogger, KoResult::NOT_OPENED, UNOPENED, "%s");
 }
 
 } // namespace KoSerialLib

@@ -42,6 +42,13 @@ const char* GetStopBitsEntry(std::uint32_t aStopBits)
     }
 }
 
+/// Fails with a text that has no conversion and is its own format; the argument that none takes tells compilers that
+/// this is meant. aLogger is NULL when there is none.
+KuUtilsLib::Result Fail(KuUtilsLib::Logger* aLogger, const char* aFunction, const char* aText)
+{
+    return KO_FAIL_RESULT_IN(aFunction, aLogger, KoResult::NOT_SUPPORTED, aText, "");
+}
+
 } // namespace
 
 /// Runs aAction() while the port is selected; its result is there before the selection is written once more. Every
@@ -318,21 +325,21 @@ KuUtilsLib::Result DeviceSerialPortConfig::SyncFraming(const char* aFunction, co
     {
         return KuUtilsLib::Result(KoResult::OK);
     }
-    return WithSelectedPort(
-        aFunction,
-        [&]
-        {
-            if (!mDevice->IsGenEnumWritable(aFeature))
-            {
-                return KuUtilsLib::Result(KoResult::OK);
-            }
-            if (aEntry == nullptr)
-            {
-                return KO_FAIL_RESULT_IN(aFunction, mLogger, KoResult::NOT_SUPPORTED, "%s", aUnexpected);
-            }
-            return SyncFeature(aFunction, aFeature, KoString(aEntry), "Error reading device serial port parity.",
-                               "Error setting device serial port parity.");
-        });
+    return WithSelectedPort(aFunction,
+                            [&]
+                            {
+                                if (!mDevice->IsGenEnumWritable(aFeature))
+                                {
+                                    return KuUtilsLib::Result(KoResult::OK);
+                                }
+                                if (aEntry == nullptr)
+                                {
+                                    return Fail(mLogger, aFunction, aUnexpected);
+                                }
+                                return SyncFeature(aFunction, aFeature, KoString(aEntry),
+                                                   "Error reading device serial port parity.",
+                                                   "Error setting device serial port parity.");
+                            });
 }
 
 /// Writes a setting that the device does not show yet.
@@ -343,11 +350,11 @@ KuUtilsLib::Result DeviceSerialPortConfig::SyncFeature(const char* aFunction, co
     KoString current;
     if (!mDevice->GetGenEnumValue(aFeature, current).IsOK())
     {
-        return KO_FAIL_RESULT_IN(aFunction, mLogger, KoResult::NOT_SUPPORTED, "%s", aReadFailure);
+        return Fail(mLogger, aFunction, aReadFailure);
     }
     if (current != aEntry && !mDevice->SetGenEnumValue(aFeature, aEntry).IsOK())
     {
-        return KO_FAIL_RESULT_IN(aFunction, mLogger, KoResult::NOT_SUPPORTED, "%s", aWriteFailure);
+        return Fail(mLogger, aFunction, aWriteFailure);
     }
     return KuUtilsLib::Result(KoResult::OK);
 }

@@ -56,6 +56,11 @@ const char* KoResult::GetCodeString() const
     return NameOf(mCode);
 }
 
+KoResult::operator const char*() const
+{
+    return IsOK() || HostRecorder::Current().mFailuresConvertToText ? GetCodeString() : nullptr;
+}
+
 namespace KuUtilsLib
 {
 
@@ -149,7 +154,7 @@ void Logger::Log(PriorityLevel aLevel, const char* aFile, int /*aLine*/, const c
     va_start(arguments, aFormat);
     const std::string text = Format(aFormat, arguments);
     va_end(arguments);
-    HostRecorder::Current().Record({aLevel, KoResult::OK, mCategory, aFile, aFunction, text});
+    HostRecorder::Current().Record({aLevel, KoResult::OK, mCategory, aFile, aFunction, aFormat, text});
 }
 
 Result Logger::LogResult(std::uint32_t aCode, const char* aFile, int /*aLine*/, const char* aFunction,
@@ -160,8 +165,9 @@ Result Logger::LogResult(std::uint32_t aCode, const char* aFile, int /*aLine*/, 
     const std::string text = Format(aFormat, arguments);
     va_end(arguments);
     HostRecorder& host = HostRecorder::Current();
-    host.Record({LOG_ERROR, aCode, mCategory, aFile, aFunction, text});
-    return host.mResultsCarryText ? Result(aCode, text.c_str()) : Result(aCode);
+    host.Record({LOG_ERROR, aCode, mCategory, aFile, aFunction, aFormat, text});
+    const std::uint32_t code = aCode + host.mResultCodeOffset;
+    return host.mResultsCarryText ? Result(code, text.c_str()) : Result(code);
 }
 
 } // namespace KuUtilsLib

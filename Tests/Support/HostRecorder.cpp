@@ -103,6 +103,7 @@ void HostRecorder::Record(LogEntry aEntry)
 {
     EXPECT_NE(aEntry.mFile.find(".cpp"), std::string::npos) << "an entry does not tell where it comes from";
     EXPECT_NE(aEntry.mFunction, "");
+    EXPECT_NE(aEntry.mFormat, "%s") << "a host that sorts entries by their format cannot tell this one";
     aEntry.mLocks = mHeld.size();
     mLog.push_back(std::move(aEntry));
 }

@@ -23,6 +23,7 @@ struct LogEntry
     std::string mCategory;
     std::string mFile;
     std::string mFunction;
+    std::string mFormat;
     std::string mText;
     std::size_t mLocks = 0; ///< locks held meanwhile
 };
@@ -65,9 +66,11 @@ public:
 
     KuUtilsLib::PriorityLevel mEnabledLevel = KuUtilsLib::LOG_DEBUG; ///< answer of IsPriorityEnabled()
     bool mResultsCarryText = true;                                   ///< whether LogResult() hands its text back
-    bool mResultsCarryCodeString = true;                             ///< whether GetCodeString() has a text to give
-    std::uint64_t mTickStep = 0;           ///< how far the clock moves on after each look at it
-    bool mSleepMovesClock = true;          ///< false: the clock is too coarse to notice a sleep
+    std::uint32_t mResultCodeOffset = 0; ///< by how much the code that LogResult() hands back differs from its argument
+    bool mFailuresConvertToText = false; ///< whether a failed KoResult converts to a text, like a successful one
+    bool mResultsCarryCodeString = true; ///< whether GetCodeString() has a text to give
+    std::uint64_t mTickStep = 0;         ///< how far the clock moves on after each look at it
+    bool mSleepMovesClock = true;        ///< false: the clock is too coarse to notice a sleep
     std::function<void()> mBeforeNextLock; ///< done once, when a mutex is about to be taken
 
     std::vector<LogEntry> mLog;         ///< every entry, also of levels that are not enabled

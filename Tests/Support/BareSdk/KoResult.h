@@ -28,7 +28,7 @@ public:
     const char* GetCodeString() const;
     const KoString& GetDescription() const { return mDescription; }
     bool IsOK() const { return mCode == OK; }
-    operator const char*() const { return IsOK() ? GetCodeString() : nullptr; }
+    operator const char*() const;
 
 private:
     std::uint32_t mCode;

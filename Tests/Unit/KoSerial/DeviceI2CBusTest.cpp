@@ -165,6 +165,8 @@ TEST_F(DeviceI2CBusTest, EveryTransferBeforeTheFirstOpenFailsWithTheOperationNam
     {
         ExpectFailure(aResult, 1541, aFunction, UNOPENED);
         EXPECT_EQ(mHost.mLog.size(), 1U);
+        EXPECT_EQ(mHost.mLog.back().mFormat, UNOPENED);
+        EXPECT_EQ(mCount, 99U);
         mHost.mLog.clear();
     };
     std::uint8_t* const bytes = mBuffer.data();
