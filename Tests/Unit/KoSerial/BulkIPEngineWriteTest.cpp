@@ -144,9 +144,9 @@ TEST_F(BulkIPEngineWriteTest, WriteLogsTheTransferAndTracesEachChunk)
     EXPECT_EQ(mHost.GetTexts(KuUtilsLib::LOG_DEBUG).size(), 6U);
 }
 
-TEST_F(BulkIPEngineWriteTest, WriteTracesNoChunkWhenTracingIsOff)
+TEST_F(BulkIPEngineWriteTest, WriteTracesNoChunkWhenTracingIsOffButIsLoggedAtAnyLevel)
 {
-    mHost.mEnabledLevel = KuUtilsLib::LOG_INFO;
+    mHost.mEnabledLevel = KuUtilsLib::LOG_CRITICAL;
     Open();
     AnswerChunks();
     EXPECT_TRUE(Write(MakeBytes(300)).IsOK());

@@ -152,6 +152,23 @@ TEST_F(DeviceSPIBusTest, AnOpenBusThatIsOpenedAgainLeavesItsPortInUseAndItsSinkR
     EXPECT_EQ(mHost.mHeapLoggers, loggers);
 }
 
+TEST_F(DeviceSPIBusTest, TheOldEngineIsGoneWhenTheNewOneOpens)
+{
+    Open();
+    EXPECT_TRUE(mBus.Close().IsOK());
+    int subscriptions = 0;
+    mDevice.mOnCall = [&, loggers = mHost.mHeapLoggers](const std::string& aCall)
+    {
+        if (aCall == "RegisterEventSink")
+        {
+            ++subscriptions;
+            EXPECT_EQ(mHost.mHeapLoggers, loggers);
+        }
+    };
+    EXPECT_TRUE(mBus.Open(&mDevice, BULK2).IsOK());
+    EXPECT_EQ(subscriptions, 1);
+}
+
 TEST_F(DeviceSPIBusTest, AnEngineThatDoesNotOpenIsKeptAndItsResultReturned)
 {
     mDevice.mEnumerations.erase("EventSelector");

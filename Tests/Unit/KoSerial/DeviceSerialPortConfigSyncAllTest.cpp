@@ -91,6 +91,16 @@ TEST_F(DeviceSerialPortConfigSyncAllTest, StopsAtAConfigurationThatIsNotValidBef
     ExpectFailure(mConfig.SyncStopBits(), KoResult::NOT_SUPPORTED, "SyncStopBits", "Unexpected stop bits value.");
 }
 
+TEST_F(DeviceSerialPortConfigSyncAllTest, DoesNotStopOnAHostWhoseFailuresConvertToATextToo)
+{
+    BindUart0();
+    mHost.mFailuresConvertToText = true;
+    mConfig.mConfiguration.mByteSize = 9;
+    ExpectOk(mConfig.SyncPortConfig());
+    EXPECT_EQ(mHost.GetTexts(KuUtilsLib::LOG_ERROR), Texts{"Invalid number of bits per byte. 7 and 8 supported."});
+    EXPECT_EQ(Value("Uart0BaudRate"), "Baud115200");
+}
+
 TEST_F(DeviceSerialPortConfigSyncAllTest, StopsAtEveryKindOfInvalidConfiguration)
 {
     BindUart0();

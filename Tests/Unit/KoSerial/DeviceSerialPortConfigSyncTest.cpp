@@ -91,6 +91,7 @@ TEST_F(DeviceSerialPortConfigSyncTest, SyncBaudRateWritesAnyRateInUnsignedDecima
     mConfig.mConfiguration.mBaudRate = 4000000000;
     ExpectOk(mConfig.SyncBaudRate(false));
     EXPECT_EQ(Value("Uart0BaudRate"), "Baud4000000000");
+    EXPECT_EQ(mHost.mLog.back().mText, "Device port speed changed to -294967296 bps");
     EXPECT_EQ(mConfig.GetBaudRate(), 4000000000U);
 }
 

@@ -71,6 +71,17 @@ TEST_F(IRegisterSerialPortReceiveTest, ReceptionIsTracedBeforeTheBytesAreReadAnd
     EXPECT_EQ(mPort.ReadAll(), (Bytes{0x41, 0x42}));
 }
 
+TEST_F(IRegisterSerialPortReceiveTest, TheMutexIsHeldWhileTheBytesAreStoredOnly)
+{
+    Deliver({0x41, 0x42});
+    std::vector<std::size_t> locks;
+    for (const LogEntry& entry : mHost.mLog)
+    {
+        locks.push_back(entry.mLocks);
+    }
+    EXPECT_EQ(locks, (std::vector<std::size_t>{0, 1, 1}));
+}
+
 TEST_F(IRegisterSerialPortReceiveTest, BlocksArriveOneBehindTheOther)
 {
     Deliver({1, 2});

@@ -59,9 +59,9 @@ TEST_F(IRegisterSerialPortWriteTest, WriteAsksForTheRegisterOnceAndPacesItsFrame
     EXPECT_EQ(mWritten, 25U);
 }
 
-TEST_F(IRegisterSerialPortWriteTest, WriteTracesNoFrameWhenTracingIsOff)
+TEST_F(IRegisterSerialPortWriteTest, WriteTracesNoFrameWhenTracingIsOffButIsLoggedAtAnyLevel)
 {
-    mHost.mEnabledLevel = KuUtilsLib::LOG_INFO;
+    mHost.mEnabledLevel = KuUtilsLib::LOG_CRITICAL;
     EXPECT_TRUE(Write(CountUp(40)).IsOK());
     EXPECT_EQ(mHost.GetTexts(), Texts{"IRegisterSerialPort::Write sending 40 bytes of data"});
 }

@@ -205,6 +205,25 @@ TEST_F(KoDeviceSerialPortTest, OpenReplacesTheEngineEvenWhenItFails)
     EXPECT_EQ(GetRingSize(), 16384U);
 }
 
+TEST_F(KoDeviceSerialPortTest, TheNewEngineIsInPlaceAndTheOldOneGoneWhileItOpens)
+{
+    mPort.SetRxBufferSize(64);
+    const int loggers = mHost.mHeapLoggers;
+    int subscriptions = 0;
+    mDevice.mOnCall = [&](const std::string& aCall)
+    {
+        if (aCall == "RegisterEventSink")
+        {
+            ++subscriptions;
+            EXPECT_EQ(mHost.mHeapLoggers, loggers);
+            EXPECT_EQ(GetRingSize(), 16384U);
+            EXPECT_TRUE(mPort.IsOpened());
+        }
+    };
+    EXPECT_TRUE(mPort.Open(&mDevice, KoDeviceSerialUart0).IsOK());
+    EXPECT_EQ(subscriptions, 1);
+}
+
 TEST_F(KoDeviceSerialPortTest, ReturnsTheFailuresOfItsEngineUnchanged)
 {
     mDevice.mRegisters[FUNCTION_CAPS] = {0x80000001};

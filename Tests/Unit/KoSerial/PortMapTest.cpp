@@ -144,6 +144,7 @@ TEST_F(PortMapTest, LogsARefusedLockOnceItHasALogger)
     EXPECT_EQ(mHost.mLog[0].mText, "Could not read MAC address from device node map.");
     EXPECT_EQ(mHost.mLog[0].mLevel, KuUtilsLib::LOG_INFO);
     EXPECT_EQ(mHost.mLog[0].mCategory, "LOG_CATEGORY");
+    EXPECT_EQ(mHost.mLog[0].mLocks, 1U);
 }
 
 TEST_F(PortMapTest, LogsARefusedLockOnlyAtTheInformationLevel)

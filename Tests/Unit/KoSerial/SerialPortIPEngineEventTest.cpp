@@ -126,6 +126,27 @@ TEST_F(SerialPortIPEngineEventTest, ReceivedBytesComeBeforeTheConfirmation)
     EXPECT_EQ(mHost.GetTexts(KuUtilsLib::LOG_DEBUG).size(), mHost.mLog.size());
 }
 
+TEST_F(SerialPortIPEngineEventTest, TheMutexIsHeldForAllBytesAndNotForTheConfirmation)
+{
+    Open(KoDeviceSerialUart0);
+    mDevice.SendWords(SERIAL_INTERRUPT, {0x3, 0x41, 0x42});
+    std::vector<std::size_t> locks;
+    for (const LogEntry& entry : mHost.mLog)
+    {
+        locks.push_back(entry.mLocks);
+    }
+    EXPECT_EQ(locks, (std::vector<std::size_t>{1, 1, 1, 1, 0}));
+}
+
+TEST_F(SerialPortIPEngineEventTest, TheMutexIsTakenForReceivedDataOnlyEvenWhenThereIsNone)
+{
+    Open(KoDeviceSerialUart0);
+    mDevice.SendWords(SERIAL_INTERRUPT, {0x1, 0x41});
+    EXPECT_TRUE(mHost.mTaken.empty());
+    mDevice.SendWords(SERIAL_INTERRUPT, {0x2});
+    EXPECT_EQ(mHost.mTaken, HostRecorder::Locks{&mUart.mMutex});
+}
+
 TEST_F(SerialPortIPEngineEventTest, EventsTraceNothingWhenTracingIsOff)
 {
     Open(KoDeviceSerialUart0);

@@ -2,6 +2,7 @@
 #include "UartTest.h"
 
 #include <FunctionCaps.h>
+#include <PortMap.h>
 
 #include <memory>
 #include <utility>
@@ -11,6 +12,7 @@ namespace
 
 using KoSerialLib::IsFunctionCapsNS;
 using KoSerialLib::SerialPortIPEngine;
+using KoSerialLib::sPortMap;
 
 class SerialPortIPEngineTest : public UartTest
 {
@@ -131,6 +133,24 @@ TEST_F(SerialPortIPEngineTest, OpenChecksLocksSubscribesAndEnablesInThisOrder)
     EXPECT_STREQ(mUart.mPortName.GetAscii(), mDevice.mIdentity.c_str());
     EXPECT_EQ(mDevice.mSinks, std::vector<IKoDeviceEventSink*>{&mUart});
     EXPECT_TRUE(mHost.mLog.empty());
+}
+
+TEST_F(SerialPortIPEngineTest, OpenTakesThePortBeforeItSubscribesAndCloseGivesItBackBeforeItUnsubscribes)
+{
+    Texts seen;
+    mDevice.mOnCall = [&](const std::string& aCall)
+    {
+        if (aCall == "RegisterEventSink" || aCall == "UnregisterEventSink")
+        {
+            const char* const identity = mDevice.mIdentity.c_str();
+            const bool isFree =
+                sPortMap.Lock(identity, KoDeviceSerialUart0) && sPortMap.Release(identity, KoDeviceSerialUart0);
+            seen.push_back(aCall + (mUart.IsOpened() ? " open" : " closed") + (isFree ? " free" : " held"));
+        }
+    };
+    EXPECT_TRUE(mUart.Open(&mDevice, KoDeviceSerialUart0).IsOK());
+    EXPECT_TRUE(mUart.Close().IsOK());
+    EXPECT_EQ(seen, (Texts{"RegisterEventSink open held", "UnregisterEventSink open free"}));
 }
 
 TEST_F(SerialPortIPEngineTest, BothItsEventsStaySetUntilTheyAreReset)

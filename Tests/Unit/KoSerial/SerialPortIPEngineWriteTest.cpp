@@ -51,6 +51,17 @@ TEST_F(SerialPortIPEngineWriteTest, WriteFailsOnADisconnectedDevice)
     mDevice.mConnected = false;
     ExpectFailure(Write({1}), KoResult::NOT_CONNECTED, "Write", "The device is not currently connected.");
     EXPECT_EQ(mDevice.TakeCalls(), Texts{"IsConnected"});
+    EXPECT_EQ(mWritten, 99U);
+    std::uint32_t ignored = 0;
+    EXPECT_EQ(mUart.GetWriteProgress(ignored, ignored).GetCode(), KoResult::STATE_ERROR);
+}
+
+TEST_F(SerialPortIPEngineWriteTest, WriteIsLoggedWhateverLevelIsEnabled)
+{
+    Open(KoDeviceSerialUart0);
+    mHost.mEnabledLevel = KuUtilsLib::LOG_CRITICAL;
+    EXPECT_TRUE(Write({}).IsOK());
+    EXPECT_EQ(mHost.GetTexts(KuUtilsLib::LOG_INFO), Texts{"Writing 0 bytes of data"});
 }
 
 TEST_F(SerialPortIPEngineWriteTest, WriteSendsOneByteAfterTheOtherAndWaitsForEachConfirmation)
@@ -268,6 +279,19 @@ TEST_F(SerialPortIPEngineWriteTest, TheDrainPollReadsNothingWhenTheClockMovesBef
     EXPECT_TRUE(mDevice.TakeCalls().empty());
     EXPECT_TRUE(mHost.mSleeps.empty());
     EXPECT_EQ(mHost.mClockReads, 2U);
+}
+
+TEST_F(SerialPortIPEngineWriteTest, TheDrainPollBearsAClockThatHasGoneBackBy1020Milliseconds)
+{
+    Open(KoDeviceSerialUart0);
+    mHost.mSleepMovesClock = false;
+    mDevice.mRegisters[UART0_DATA] = {0x00010041};
+    for (const std::uint64_t step : {1020, 1021})
+    {
+        mHost.mTickStep = 0 - step;
+        mUart.WaitForTxReadyPoll();
+        EXPECT_EQ(mDevice.TakeCalls().size(), step == 1020 ? 1U : 0U);
+    }
 }
 
 TEST_F(SerialPortIPEngineWriteTest, TheDrainPollStopsWhenAReadFails)

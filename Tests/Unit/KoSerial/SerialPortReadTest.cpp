@@ -178,12 +178,26 @@ TEST_F(SerialPortReadTest, TakesTheMutexAgainAfterTheWait)
     EXPECT_EQ(mHost.mTaken[2], GetSinkListMutex());
 }
 
-TEST_F(SerialPortReadTest, TracesTheNumberOfBytes)
+TEST_F(SerialPortReadTest, WhoseTimeRanOutNoLongerWaitsWhenItIsEchoedAndLeavesTheMutexAlone)
+{
+    RecordingSink sink;
+    sink.mOnCall = [this] { EXPECT_FALSE(mPort.mReaderWaiting); };
+    mHost.mTaken.clear();
+    mHost.At(5, [this] { EXPECT_TRUE(mPort.mReaderWaiting); });
+    EXPECT_EQ(Read(8, 10).GetCode(), KoResult::TIMEOUT);
+    EXPECT_EQ(sink.mCalls.size(), 1U);
+    ASSERT_EQ(mHost.mTaken.size(), 2U);
+    EXPECT_EQ(mHost.mTaken[0], &mPort.mMutex);
+    EXPECT_EQ(mHost.mTaken[1], GetSinkListMutex());
+}
+
+TEST_F(SerialPortReadTest, TracesTheNumberOfBytesWhileItHoldsTheMutex)
 {
     mPort.Push({1, 2, 3});
     mHost.mLog.clear();
     Read(8, 0);
     ASSERT_EQ(mHost.mLog.size(), 1U);
+    EXPECT_EQ(mHost.mLog[0].mLocks, 1U);
     EXPECT_EQ(mHost.mLog[0].mText, "Read 3 bytes of data");
     EXPECT_EQ(mHost.mLog[0].mLevel, KuUtilsLib::LOG_DEBUG);
 }

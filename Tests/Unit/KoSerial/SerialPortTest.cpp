@@ -186,6 +186,13 @@ TEST_F(SerialPortTest, AFailureHasNoDescriptionWhenTheLoggerReturnsNoText)
     EXPECT_EQ(mHost.mLog.size(), 1U);
 }
 
+TEST_F(SerialPortTest, AFailureHasTheCodeThatTheLoggerReturns)
+{
+    mHost.mResultCodeOffset = 1;
+    std::uint32_t ignored = 0;
+    EXPECT_EQ(mPort.GetWriteProgress(ignored, ignored).GetCode(), KoResult::STATE_ERROR + 1U);
+}
+
 TEST_F(SerialPortTest, ADefaultRingHolds16383BytesAndLosesTheFirstOf16384)
 {
     mHost.mEnabledLevel = KuUtilsLib::LOG_INFO;
@@ -240,6 +247,14 @@ TEST_F(SerialPortTest, PushTakesTheMutexOnlyWhenAskedTo)
     EXPECT_EQ(mPort.ReadAll(), (Bytes{1, 2}));
 }
 
+TEST_F(SerialPortTest, PushTracesWhileItHoldsTheMutex)
+{
+    mHost.mLog.clear();
+    mPort.PushToRxBuffer(1, true);
+    ASSERT_EQ(mHost.mLog.size(), 1U);
+    EXPECT_EQ(mHost.mLog[0].mLocks, 1U);
+}
+
 TEST_F(SerialPortTest, PushTracesTheNewHeadAndTheTailBeforeAnOverflowMovesIt)
 {
     mPort.SetRxBufferSize(3);
@@ -268,6 +283,25 @@ TEST_F(SerialPortTest, FlushForgetsTheUnreadBytesUnderTheMutex)
     EXPECT_EQ(mPort.mRxHead, 0U);
     EXPECT_EQ(mPort.mRxTail, 0U);
     EXPECT_EQ(mPort.CountReady(), 0U);
+}
+
+TEST_F(SerialPortTest, FlushAndCloseForgetAByteThatCameWhileTheyWaitedForTheMutex)
+{
+    mHost.mBeforeNextLock = [this] { mPort.PushToRxBuffer(1, false); };
+    EXPECT_TRUE(mPort.FlushRxBuffer().IsOK());
+    EXPECT_EQ(mPort.CountReady(), 0U);
+
+    mPort.Init(&mDevice, KoDeviceSerialUart0, "camera");
+    mHost.mBeforeNextLock = [this]
+    {
+        EXPECT_EQ(mPort.mDevice, &mDevice);
+        EXPECT_STREQ(mPort.mPortName.GetAscii(), "camera");
+        mPort.PushToRxBuffer(1, false);
+        mPort.StartWrite(5);
+    };
+    EXPECT_TRUE(mPort.Close().IsOK());
+    EXPECT_EQ(mPort.CountReady(), 0U);
+    EXPECT_EQ(mPort.mWriteTotal, 0U);
 }
 
 TEST_F(SerialPortTest, SetRxBufferSizeEmptiesTheRing)
