@@ -49,7 +49,7 @@ fuzz: ## run every fuzzer for SECONDS (default 60), or RUNS times
 	@$(MAKE) --no-print-directory build-fuzz
 	@Scripts/fuzz $(if $(RUNS),-runs=$(RUNS),-max_total_time=$(or $(SECONDS),60))
 
-coverage: ## measure how much of the library the tests reach, and fail when that is less than it was
+coverage: ## measure how much of the library its unit tests reach, and fail when that is less than it was
 	@Scripts/install-deps gcovr
 	@$(MAKE) --no-print-directory build-coverage
 	@Scripts/coverage
@@ -81,9 +81,9 @@ check-format: ## check that the sources are formatted
 CHECKED = Examples Libraries Tools include
 CHECKED_INCLUDES = -I include -I Libraries/KoBase/include -I Libraries/KoSim/include -I Libraries/KoSim/src
 
-tidy: ## run cppcheck and clang-tidy over the libraries, the tool and the examples
+tidy: deps ## run cppcheck and clang-tidy over the libraries, the tool and the examples
 	@Scripts/install-deps clang clang-tidy cppcheck
-	@$(MAKE) --no-print-directory build-clang
+	@cmake --preset clang >/dev/null
 	@cppcheck --quiet --std=c++17 --language=c++ --enable=warning,style,performance,portability --error-exitcode=1 \
 	    --suppressions-list=.cppcheck-suppressions $(CHECKED_INCLUDES) $(CHECKED)
 	@git ls-files $(CHECKED) | grep '\.cpp$$' | xargs -P $(JOBS) -n 4 clang-tidy -p build/clang --quiet

@@ -46,6 +46,18 @@ protected:
     TestPort mPort;
 };
 
+TEST_F(SerialPortBatchTest, HasTheEffectOfItsBytesOneByOneAlsoWhereWholeBlocksOfWordsAreCopied)
+{
+    mHost.mEnabledLevel = KuUtilsLib::LOG_INFO;
+    for (const std::uint32_t start : {0U, 1U, 17U, 60U, 89U})
+    {
+        for (std::uint32_t count = 0; count <= 140 && !HasFailure(); ++count)
+        {
+            CompareBatchWithBytes(90, start, 5, count, 4);
+        }
+    }
+}
+
 TEST_F(SerialPortBatchTest, HasTheEffectOfItsBytesOneByOne)
 {
     for (const auto level : {KuUtilsLib::LOG_INFO, KuUtilsLib::LOG_DEBUG})
