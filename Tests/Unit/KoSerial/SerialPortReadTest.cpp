@@ -172,10 +172,8 @@ TEST_F(SerialPortReadTest, TakesTheMutexAgainAfterTheWait)
     mHost.mTaken.clear();
     mHost.At(5, [this] { mPort.PushToRxBuffer(1, false); });
     EXPECT_TRUE(Read(8, 100).IsOK());
-    ASSERT_EQ(mHost.mTaken.size(), 3U);
-    EXPECT_EQ(mHost.mTaken[0], &mPort.mMutex);
-    EXPECT_EQ(mHost.mTaken[1], &mPort.mMutex);
-    EXPECT_EQ(mHost.mTaken[2], GetSinkListMutex());
+    const HostRecorder::Locks taken = mHost.mTaken;
+    EXPECT_EQ(taken, (HostRecorder::Locks{&mPort.mMutex, &mPort.mMutex, GetSinkListMutex()}));
 }
 
 TEST_F(SerialPortReadTest, WhoseTimeRanOutNoLongerWaitsWhenItIsEchoedAndLeavesTheMutexAlone)
@@ -186,9 +184,8 @@ TEST_F(SerialPortReadTest, WhoseTimeRanOutNoLongerWaitsWhenItIsEchoedAndLeavesTh
     mHost.At(5, [this] { EXPECT_TRUE(mPort.mReaderWaiting); });
     EXPECT_EQ(Read(8, 10).GetCode(), KoResult::TIMEOUT);
     EXPECT_EQ(sink.mCalls.size(), 1U);
-    ASSERT_EQ(mHost.mTaken.size(), 2U);
-    EXPECT_EQ(mHost.mTaken[0], &mPort.mMutex);
-    EXPECT_EQ(mHost.mTaken[1], GetSinkListMutex());
+    const HostRecorder::Locks taken = mHost.mTaken;
+    EXPECT_EQ(taken, (HostRecorder::Locks{&mPort.mMutex, GetSinkListMutex()}));
 }
 
 TEST_F(SerialPortReadTest, TracesTheNumberOfBytesWhileItHoldsTheMutex)
