@@ -75,7 +75,7 @@ public:
 
 protected:
     /// Feeds aCount received bytes that lie aStride bytes apart, 1 or 4; the effect is that of PushToRxBuffer() for
-    /// each of them. The caller holds mMutex.
+    /// each of them. All aStride bytes of each must be there. The caller holds mMutex.
     void PushBatchToRxBuffer(const std::uint8_t* aFirst, std::uint32_t aCount, std::uint32_t aStride);
 
     /// Starts the write progress of a write of aTotal bytes.

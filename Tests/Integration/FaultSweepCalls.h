@@ -32,6 +32,8 @@ public:
         return !entry.IsFailed();
     }
 
+    bool HasNext() const { return mNext < mEntries.size(); }
+
     /// The result of the call that was taken last, which failed.
     std::uint32_t GetCode() const { return mEntries[mNext - 1].mFault->mCode; }
     std::string GetDescription() const { return "Injected into " + mEntries[mNext - 1].mCall; }
@@ -39,7 +41,7 @@ public:
     /// What differs from what was expected; empty when nothing does and every call was taken.
     std::string GetComplaint()
     {
-        if (mNext < mEntries.size())
+        if (HasNext())
         {
             Complain("\"" + mEntries[mNext].GetText() + "\" where nothing more should be");
         }

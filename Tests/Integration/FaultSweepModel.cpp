@@ -482,7 +482,7 @@ FaultSweepResult FaultSweepModel::Send(FaultSweepCalls& aCalls, const std::strin
     return sent;
 }
 
-/// Each byte waits for its confirmation; after a failure the data register is looked at once.
+/// Each byte waits for its confirmation; after a failure the data register is looked at once at most.
 FaultSweepResult FaultSweepModel::SendToUart(FaultSweepCalls& aCalls, const std::string& aData, std::uint32_t& aWritten)
 {
     const std::string address = mPort == KoDeviceSerialUart1 ? "0xB850" : "0xB84C";
@@ -495,7 +495,11 @@ FaultSweepResult FaultSweepModel::SendToUart(FaultSweepCalls& aCalls, const std:
             continue;
         }
         mWaitMs += accepted ? CONFIRMATION_MS + POLL_MS : POLL_MS;
-        aCalls.Ok("ReadRegister " + address);
+        // The clock may move before that look, which ends the poll.
+        if (aCalls.HasNext())
+        {
+            aCalls.Ok("ReadRegister " + address);
+        }
         const std::string what = accepted ? "Failed while waiting for the event from the device after writing byte "
                                           : "Failed to write byte ";
         return {KoResult::GENERIC_ERROR, what + std::to_string(i) + ".", ""};

@@ -17,8 +17,8 @@ void CompareBatchWithBytes(std::uint32_t aRingSize, std::uint32_t aStart, std::u
         port->PrepareRing(aRingSize, aStart);
         port->Push(Bytes(aFill, 0xEE));
     }
-    // No byte lies behind the last one, so that a read beyond the batch shows.
-    Bytes bytes(aCount == 0 ? 0 : (aCount - 1) * aStride + 1);
+    // Nothing lies behind the last word, so that a read beyond the batch shows.
+    Bytes bytes(aCount * aStride);
     for (std::size_t i = 0; i < bytes.size(); ++i)
     {
         bytes[i] = static_cast<std::uint8_t>(i + 1);
