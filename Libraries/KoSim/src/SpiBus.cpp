@@ -1,8 +1,5 @@
 #include "SpiBus.h"
 
-#include <algorithm>
-#include <iterator>
-
 namespace KoSim
 {
 namespace
@@ -24,8 +21,10 @@ std::vector<std::uint8_t> SpiBus::Transfer(const std::vector<std::uint8_t>& aReq
     std::vector<std::uint8_t> taken;
     taken.reserve(aRequest.size() + aReadCount);
     mSlave->Select();
-    std::transform(aRequest.begin(), aRequest.end(), std::back_inserter(taken),
-                   [&](std::uint8_t aByte) { return mSlave->Exchange(aByte, aNow); });
+    for (const std::uint8_t byte : aRequest)
+    {
+        taken.push_back(mSlave->Exchange(byte, aNow));
+    }
     if (!aSimultaneous)
     {
         taken.clear();
