@@ -127,7 +127,9 @@ Logger* Logger::Create(const char* aCategory, const char* aInstance, std::uint32
 {
     EXPECT_EQ(aFlags, 0U);
     ++HostRecorder::Current().mHeapLoggers;
-    return new Logger(aCategory, aInstance);
+    auto* const logger = new Logger(aCategory, aInstance);
+    logger->mOnHeap = true;
+    return logger;
 }
 
 void Logger::Free(Logger*& aLogger)
@@ -154,7 +156,7 @@ void Logger::Log(PriorityLevel aLevel, const char* aFile, int /*aLine*/, const c
     va_start(arguments, aFormat);
     const std::string text = Format(aFormat, arguments);
     va_end(arguments);
-    HostRecorder::Current().Record({aLevel, KoResult::OK, mCategory, aFile, aFunction, aFormat, text});
+    HostRecorder::Current().Record({aLevel, KoResult::OK, mCategory, aFile, aFunction, aFormat, text, mOnHeap});
 }
 
 Result Logger::LogResult(std::uint32_t aCode, const char* aFile, int /*aLine*/, const char* aFunction,
@@ -165,7 +167,7 @@ Result Logger::LogResult(std::uint32_t aCode, const char* aFile, int /*aLine*/, 
     const std::string text = Format(aFormat, arguments);
     va_end(arguments);
     HostRecorder& host = HostRecorder::Current();
-    host.Record({LOG_ERROR, aCode, mCategory, aFile, aFunction, aFormat, text});
+    host.Record({LOG_ERROR, aCode, mCategory, aFile, aFunction, aFormat, text, mOnHeap});
     const std::uint32_t code = aCode + host.mResultCodeOffset;
     return host.mResultsCarryText ? Result(code, text.c_str()) : Result(code);
 }

@@ -105,6 +105,11 @@ void HostRecorder::Record(LogEntry aEntry)
     EXPECT_NE(aEntry.mFunction, "");
     EXPECT_NE(aEntry.mFormat, "%s") << "a host that sorts entries by their format cannot tell this one";
     aEntry.mLocks = mHeld.size();
+    aEntry.mResets = mEventResets.size();
+    if (mOnEntry)
+    {
+        mOnEntry(aEntry);
+    }
     mLog.push_back(std::move(aEntry));
 }
 

@@ -25,7 +25,9 @@ struct LogEntry
     std::string mFunction;
     std::string mFormat;
     std::string mText;
-    std::size_t mLocks = 0; ///< locks held meanwhile
+    bool mFromHeapLogger;
+    std::size_t mLocks = 0;  ///< locks held meanwhile
+    std::size_t mResets = 0; ///< events reset before
 };
 
 /// The test's side of the bare host SDK: simulated time, and a record of what the library asked of its host.
@@ -71,7 +73,8 @@ public:
     bool mResultsCarryCodeString = true; ///< whether GetCodeString() has a text to give
     std::uint64_t mTickStep = 0;         ///< how far the clock moves on after each look at it
     bool mSleepMovesClock = true;        ///< false: the clock is too coarse to notice a sleep
-    std::function<void()> mBeforeNextLock; ///< done once, when a mutex is about to be taken
+    std::function<void()> mBeforeNextLock;                ///< done once, when a mutex is about to be taken
+    std::function<void(const LogEntry& aEntry)> mOnEntry; ///< done for each entry
 
     std::vector<LogEntry> mLog;         ///< every entry, also of levels that are not enabled
     std::vector<std::uint32_t> mWaits;  ///< time-out of every event wait

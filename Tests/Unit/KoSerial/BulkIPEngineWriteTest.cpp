@@ -245,6 +245,16 @@ TEST_F(BulkIPEngineWriteTest, BothEventsAreResetBeforeEachChunk)
     EXPECT_EQ(mHost.mEventResets.size(), 6U);
 }
 
+TEST_F(BulkIPEngineWriteTest, BothEventsAreResetBeforeAChunkIsTraced)
+{
+    Open();
+    AnswerChunks();
+    mHost.mEventResets.clear();
+    EXPECT_TRUE(Write(MakeBytes(300)).IsOK());
+    EXPECT_EQ(GetResetsBefore("Transmitting 256 byte chunk (0 bytes already sent)"), 2U);
+    EXPECT_EQ(GetResetsBefore("Transmitting 44 byte chunk (256 bytes already sent)"), 4U);
+}
+
 TEST_F(BulkIPEngineWriteTest, InterruptsFromBeforeDoNotAnswerAChunk)
 {
     Open();

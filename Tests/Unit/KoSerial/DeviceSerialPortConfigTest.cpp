@@ -1,7 +1,9 @@
 #include "ConfigTest.h"
+#include "SlotOf.h"
 
 #include <optional>
 #include <type_traits>
+#include <utility>
 
 namespace
 {
@@ -217,6 +219,29 @@ TEST_F(DeviceSerialPortConfigTest, GetParametersFindsTheFeaturesAsTheyAreNow)
               FindFeature("Uart0BaudRate") + Texts{"IsGenEnumPresent Uart0Parity"} + FindFeature("Uart0NumOfStopBits"));
     ExpectFeatures({"", "", "Uart0BaudRate", "", "Uart0NumOfStopBits"});
     EXPECT_EQ(mConfig.GetRegistered(), (Texts{"Uart0BaudRate", "Uart0NumOfStopBits"}));
+}
+
+TEST_F(DeviceSerialPortConfigTest, GetParametersForgetsAllFeaturesBeforeItAsksForTheFirst)
+{
+    BindBulk3OfSelector("Bulk3");
+    bool asked = false;
+    mDevice.mOnCall = [&](const std::string&)
+    {
+        if (!std::exchange(asked, true))
+        {
+            ExpectFeatures({"", "", "", "", ""});
+            EXPECT_TRUE(mConfig.GetRegistered().empty());
+        }
+    };
+    mConfig.GetParameters();
+    mDevice.mOnCall = nullptr;
+    EXPECT_TRUE(asked);
+}
+
+TEST_F(DeviceSerialPortConfigTest, VirtualOperationsKeepTheirPlacesBehindTheDestructor)
+{
+    EXPECT_EQ(SlotOf(&DeviceSerialPortConfig::GetBaudRate), 2U);
+    EXPECT_EQ(SlotOf(&DeviceSerialPortConfig::IsBaudRateValid), 3U);
 }
 
 /// Identifiers that are no port of a device.

@@ -62,7 +62,7 @@ TEST_F(FunctionCapsTest, TheTextIsKeptNotItsAddress)
     EXPECT_TRUE(IsFunctionCapsNS(std::string(mIdentity).c_str()));
 }
 
-// In a process of its own, since nothing takes an identity out again.
+// In processes of their own, since nothing takes an identity out again.
 TEST(FunctionCapsDeathTest, TheEmptyTextIsAnIdentityLikeAnyOther)
 {
     const auto reportEmpty = []
@@ -73,6 +73,24 @@ TEST(FunctionCapsDeathTest, TheEmptyTextIsAnIdentityLikeAnyOther)
         std::_Exit(!before && IsFunctionCapsNS("") ? 0 : 1);
     };
     EXPECT_EXIT(reportEmpty(), ::testing::ExitedWithCode(0), "");
+}
+
+TEST(FunctionCapsDeathTest, DevicesThatDoNotTellTheirIdentityAreRememberedTogether)
+{
+    const auto askTwoDevices = []
+    {
+        const HostRecorder host;
+        ScriptedAdapter first("first");
+        first.FailEvery("GetDeviceId");
+        first.FailEvery("ReadRegister");
+        const bool firstSupported = SerialPortIPEngine::IsSupported(&first, KoDeviceSerialUart0);
+        ScriptedAdapter second("second");
+        second.FailCall("GetDeviceId");
+        const bool secondSupported = SerialPortIPEngine::IsSupported(&second, KoDeviceSerialUart0);
+        const bool knownByName = SerialPortIPEngine::IsSupported(&second, KoDeviceSerialUart0);
+        std::_Exit(!firstSupported && !secondSupported && knownByName ? 0 : 1);
+    };
+    EXPECT_EXIT(askTwoDevices(), ::testing::ExitedWithCode(0), "");
 }
 
 TEST_F(FunctionCapsTest, OneMutexIsTakenForEachOperation)

@@ -1,4 +1,5 @@
 #include "RecordingSink.h"
+#include "SlotOf.h"
 
 #include <KoDeviceSerialPort.h>
 
@@ -44,6 +45,13 @@ protected:
         EXPECT_TRUE(port.Close().IsOK());
     }
 };
+
+TEST_F(KoDeviceSerialPortEchoSinkTest, OperationsKeepTheirPlacesBehindTheDestructor)
+{
+    EXPECT_EQ(SlotOf(&KoDeviceSerialPortEchoSink::OnTransmitted), 2U);
+    EXPECT_EQ(SlotOf(&KoDeviceSerialPortEchoSink::OnRead), 3U);
+    EXPECT_EQ(SlotOf(&KoDeviceSerialPortEchoSink::OnReadComplete), 4U);
+}
 
 TEST_F(KoDeviceSerialPortEchoSinkTest, DoesNothingByDefault)
 {

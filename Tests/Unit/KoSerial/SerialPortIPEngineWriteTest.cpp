@@ -95,6 +95,15 @@ TEST_F(SerialPortIPEngineWriteTest, WriteLogsTheTransferAndTracesEachByte)
     EXPECT_EQ(mHost.GetTexts(KuUtilsLib::LOG_DEBUG).size(), 4U);
 }
 
+TEST_F(SerialPortIPEngineWriteTest, WriteResetsTheConfirmationBeforeItTracesTheByte)
+{
+    OpenConfirming(KoDeviceSerialUart0);
+    mHost.mEventResets.clear();
+    Write({0x0A, 0xFF});
+    EXPECT_EQ(GetResetsBefore("Writing byte 0 with value 0x0A"), 1U);
+    EXPECT_EQ(GetResetsBefore("Writing byte 1 with value 0xFF"), 2U);
+}
+
 TEST_F(SerialPortIPEngineWriteTest, WriteTracesNoByteWhenTracingIsOff)
 {
     mHost.mEnabledLevel = KuUtilsLib::LOG_INFO;

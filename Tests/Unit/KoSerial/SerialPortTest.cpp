@@ -1,5 +1,7 @@
+#include "SlotOf.h"
 #include "TestPort.h"
 
+#include <DeviceSerialPort.h>
 #include <KoDeviceSerial.h>
 
 namespace
@@ -27,6 +29,22 @@ TEST_F(SerialPortTest, PortIdentifiersKeepTheirNumbers)
     EXPECT_EQ(KoDeviceSerialBulk6, 8);
     EXPECT_EQ(KoDeviceSerialBulk7, 9);
     EXPECT_EQ(static_cast<std::uint32_t>(KoDeviceSerialInvalid), 0xFFFFFFFFU);
+}
+
+TEST_F(SerialPortTest, VirtualOperationsKeepTheirPlaces)
+{
+    using KoSerialLib::SerialPort;
+    EXPECT_EQ(SlotOf(&SerialPort::NotifyEvent), 0U);
+    EXPECT_EQ(SlotOf(&SerialPort::NotifyInvalidatedGenParameter), 1U);
+    EXPECT_EQ(SlotOf(&SerialPort::Close), 4U);
+    EXPECT_EQ(SlotOf(&SerialPort::IsOpened), 5U);
+    EXPECT_EQ(SlotOf(&SerialPort::Write), 6U);
+    EXPECT_EQ(SlotOf(&SerialPort::GetWriteProgress), 7U);
+    EXPECT_EQ(SlotOf(&SerialPort::FlushRxBuffer), 8U);
+    EXPECT_EQ(SlotOf(&SerialPort::GetRxBytesReady), 9U);
+    EXPECT_EQ(SlotOf(&SerialPort::GetRxBufferSize), 10U);
+    EXPECT_EQ(SlotOf(&SerialPort::SetRxBufferSize), 11U);
+    EXPECT_EQ(SlotOf(&KoSerialLib::DeviceSerialPort::Open), 12U);
 }
 
 TEST_F(SerialPortTest, IsClosedAndEmptyAfterConstruction)

@@ -35,6 +35,7 @@ public:
 
 private:
     std::string mCategory;
+    bool mOnHeap = false;
 };
 
 } // namespace KuUtilsLib
