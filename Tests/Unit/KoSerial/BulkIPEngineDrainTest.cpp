@@ -62,7 +62,7 @@ TEST_F(BulkIPEngineDrainTest, AWaitWithNothingToSayFailsTheWriteEvenWhenTheFifoD
     EXPECT_EQ(mHost.Now(), 1006U);
     EXPECT_EQ(mDevice.TakeCalls(), MakeCalls(bytes, {256, 1})) << "between chunks the code of the wait counts";
     EXPECT_EQ(mWritten, 257U);
-    ExpectProgress(257, 257);
+    mBulk.ExpectProgress(257, 257);
     EXPECT_EQ(mBulk.mBytesSent, 0U);
     EXPECT_TRUE(mSink.mCalls.empty());
 }
@@ -119,7 +119,7 @@ TEST_F(BulkIPEngineDrainTest, AChunkThatTheDeviceRefusesEndsTheWriteWithTheResul
         EXPECT_EQ(result.GetCode(), 77U);
         EXPECT_STREQ(result.GetDescription().GetAscii(), "busy");
         EXPECT_EQ(mWritten, sent[failing]);
-        ExpectProgress(sent[failing], 600);
+        mBulk.ExpectProgress(sent[failing], 600);
         EXPECT_EQ(mHost.mWaits, Waits(failing, 300));
         EXPECT_EQ(mDevice.TakeCalls().size(), failing + 2);
         EXPECT_TRUE(mHost.GetTexts(KuUtilsLib::LOG_ERROR).empty());

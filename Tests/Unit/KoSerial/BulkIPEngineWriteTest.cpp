@@ -23,7 +23,7 @@ protected:
         EXPECT_EQ(mWritten, aSize);
         EXPECT_EQ(mDevice.TakeCalls(), MakeCalls(bytes, aChunks));
         EXPECT_EQ(mHost.mWaits.size(), aChunks.size());
-        ExpectProgress(mWritten, mWritten);
+        mBulk.ExpectProgress(mWritten, mWritten);
         EXPECT_TRUE(mBulk.Close().IsOK());
     }
 
@@ -39,7 +39,7 @@ protected:
     void ExpectUnfinished(std::uint32_t aSent, std::uint32_t aTotal)
     {
         EXPECT_EQ(mWritten, aSent);
-        ExpectProgress(aSent, aTotal);
+        mBulk.ExpectProgress(aSent, aTotal);
         EXPECT_EQ(mBulk.mBytesSent, 0U);
         EXPECT_TRUE(mSink.mCalls.empty());
     }
@@ -75,7 +75,7 @@ TEST_F(BulkIPEngineWriteTest, AWriteThatFitsTheFifoIsOneChunkAndOneWait)
     EXPECT_EQ(mDevice.TakeCalls(), MakeCalls(bytes, {256}));
     EXPECT_EQ(mHost.mWaits, Waits{300});
     EXPECT_EQ(mHost.Now(), 1003U);
-    ExpectProgress(256, 256);
+    mBulk.ExpectProgress(256, 256);
 }
 
 TEST_F(BulkIPEngineWriteTest, OneByteMoreThanTheFifoHoldsIsAChunkOfItsOwn)
@@ -201,12 +201,12 @@ TEST_F(BulkIPEngineWriteTest, WriteProgressAdvancesWithEachChunkThatTheDeviceToo
     const std::vector<std::uint32_t> sent = {0, 256, 384, 500};
     mOnChunk = [&](std::size_t aIndex)
     {
-        ExpectProgress(sent[aIndex], 500);
+        mBulk.ExpectProgress(sent[aIndex], 500);
         EXPECT_EQ(mWritten, sent[aIndex]);
         mHost.At(1,
                  [&, aIndex]
                  {
-                     ExpectProgress(sent[aIndex + 1], 500);
+                     mBulk.ExpectProgress(sent[aIndex + 1], 500);
                      EXPECT_EQ(mWritten, sent[aIndex + 1]);
                      mDevice.SendWords(SERIAL_INTERRUPT, {TX_EMPTY});
                  });
@@ -221,9 +221,9 @@ TEST_F(BulkIPEngineWriteTest, ANewWriteStartsItsProgressAnew)
     Open();
     AnswerChunks();
     Write(MakeBytes(300));
-    mOnChunk = [this](std::size_t) { ExpectProgress(0, 5); };
+    mOnChunk = [this](std::size_t) { mBulk.ExpectProgress(0, 5); };
     EXPECT_TRUE(Write(MakeBytes(5)).IsOK());
-    ExpectProgress(5, 5);
+    mBulk.ExpectProgress(5, 5);
 }
 
 TEST_F(BulkIPEngineWriteTest, BothEventsAreResetBeforeEachChunk)

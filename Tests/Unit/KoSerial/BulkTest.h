@@ -1,7 +1,7 @@
 #pragma once
 
-#include "BareHostTest.h"
 #include "HexText.h"
+#include "LaidOpen.h"
 
 #include <BulkIPEngine.h>
 
@@ -35,33 +35,17 @@ constexpr std::uint32_t Reserve(std::uint32_t aBytes)
 }
 
 /// The register engine of bulk port 0 with its state laid open.
-class TestBulk : public KoSerialLib::BulkIPEngine
+class TestBulk : public LaidOpen<KoSerialLib::BulkIPEngine>
 {
 public:
     using BulkIPEngine::mBulkClockDivider;
     using BulkIPEngine::mBulkConfig;
     using BulkIPEngine::mChunkSize;
-    using BulkIPEngine::mDevice;
     using BulkIPEngine::mFirstChunkSize;
-    using BulkIPEngine::mMutex;
-    using BulkIPEngine::mPort;
-    using BulkIPEngine::mPortName;
-    using BulkIPEngine::mRxHead;
-    using BulkIPEngine::mRxTail;
     using BulkIPEngine::mSavedIntEnable;
     using BulkIPEngine::mTimePerByte;
     using BulkIPEngine::mTxFifoEmptyEvent;
     using BulkIPEngine::mTxFifoPartialEvent;
-
-    /// Takes out all unread bytes.
-    Bytes ReadAll()
-    {
-        Bytes bytes(64);
-        std::uint32_t count = 0;
-        Read(bytes.data(), 64, count, 0);
-        bytes.resize(count);
-        return bytes;
-    }
 };
 
 /// The engine on a scripted device that offers bulk port 0 and one UART.
@@ -129,15 +113,6 @@ protected:
     {
         mWritten = 99;
         return mBulk.Write(aBytes.data(), static_cast<std::uint32_t>(aBytes.size()), mWritten);
-    }
-
-    void ExpectProgress(std::uint32_t aDone, std::uint32_t aTotal)
-    {
-        std::uint32_t done = 0;
-        std::uint32_t total = 0;
-        EXPECT_TRUE(mBulk.GetWriteProgress(done, total).IsOK());
-        EXPECT_EQ(done, aDone);
-        EXPECT_EQ(total, aTotal);
     }
 
     /// aCount bytes that differ from chunk to chunk.

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "AllocationCounter.h"
+#include "LaidOpen.h"
 #include "StoryTest.h"
 
 #include <IRegisterSerialPort.h>
@@ -15,32 +16,18 @@ constexpr auto UPSTREAM_LENGTH = "EventBulk2UpstreamDataLength";
 constexpr auto UPSTREAM_BUFFER = "EventBulk2UpstreamDataBuffer";
 
 /// The feature engine with its state laid open.
-class TestFeaturePort : public KoSerialLib::IRegisterSerialPort
+class TestFeaturePort : public LaidOpen<KoSerialLib::IRegisterSerialPort>
 {
 public:
-    using IRegisterSerialPort::IRegisterSerialPort;
-    using IRegisterSerialPort::mDevice;
     using IRegisterSerialPort::mDownstreamBuffer;
     using IRegisterSerialPort::mDownstreamBufferSize;
     using IRegisterSerialPort::mDownstreamData;
-    using IRegisterSerialPort::mMutex;
-    using IRegisterSerialPort::mPort;
-    using IRegisterSerialPort::mPortName;
     using IRegisterSerialPort::mPreviousEventNotification;
     using IRegisterSerialPort::mUpstreamBuffer;
     using IRegisterSerialPort::mUpstreamBufferSize;
     using IRegisterSerialPort::mUpstreamDataBuffer;
     using IRegisterSerialPort::mUpstreamDataLength;
-
-    /// Takes out all unread bytes.
-    Bytes ReadAll()
-    {
-        Bytes bytes(16384);
-        std::uint32_t count = 0;
-        Read(bytes.data(), 16384, count, 0);
-        bytes.resize(count);
-        return bytes;
-    }
+    using LaidOpen::LaidOpen;
 };
 
 /// Gives a device the three features of the bulk port with that index.
@@ -168,15 +155,6 @@ protected:
             lengths.push_back((frame.size() + 1) / 3);
         }
         return lengths;
-    }
-
-    void ExpectProgress(std::uint32_t aDone, std::uint32_t aTotal)
-    {
-        std::uint32_t done = 0;
-        std::uint32_t total = 0;
-        EXPECT_TRUE(mPort.GetWriteProgress(done, total).IsOK());
-        EXPECT_EQ(done, aDone);
-        EXPECT_EQ(total, aTotal);
     }
 
     void ExpectNoProgress()

@@ -136,7 +136,7 @@ TEST_F(IRegisterSerialPortSpiTest, EveryFrameOfALongTransferCarriesTheSameArgume
     EXPECT_EQ(sink.mCalls, Texts{"OnTransmitted " + mDevice.mIdentity + " 4 [" + Hex(bytes) + "] 1000"});
     EXPECT_EQ(mWritten, 45U);
     EXPECT_EQ(mPort.mBytesSent, 45U);
-    ExpectProgress(45, 45);
+    mPort.ExpectProgress(45, 45);
 
     EXPECT_TRUE(Transfer(CountUp(25), 20, true).IsOK());
     EXPECT_EQ(mHost.GetTexts(KuUtilsLib::LOG_WARNING), Texts{"Simultaneous readwrite but read 20 != write 5"});
@@ -212,7 +212,7 @@ TEST_F(IRegisterSerialPortSpiTest, AFailedFrameKeepsTheEarlierOnesAndEchoesNothi
     mDevice.FailCall("SetGenRegisterData", 2);
     ExpectFailureOfDevice(Transfer(CountUp(45), 0));
     EXPECT_EQ(mWritten, 20U);
-    ExpectProgress(20, 45);
+    mPort.ExpectProgress(20, 45);
     const Texts story = TakeStory();
     EXPECT_EQ(std::count(story.begin(), story.end(), "WaitForIdle 1000"), 1);
     EXPECT_EQ(sink.mCalls, Texts{});

@@ -42,7 +42,7 @@ TEST_F(IRegisterSerialPortWriteTest, WriteFailsOnADisconnectedDeviceAndTouchesNo
     ExpectFailure(Write({1}), KoResult::NOT_CONNECTED, "WriteAndRead", "The device is not currently connected.");
     EXPECT_EQ(TakeStory(), (Texts{"IsConnected", "[3 23] The device is not currently connected."}));
     EXPECT_EQ(mWritten, 99U);
-    ExpectProgress(2, 2);
+    mPort.ExpectProgress(2, 2);
 }
 
 TEST_F(IRegisterSerialPortWriteTest, WriteAsksForTheRegisterOnceAndPacesItsFrames)
@@ -77,7 +77,7 @@ TEST_F(IRegisterSerialPortWriteTest, AWriteOf40BytesThrough32BytesTakesFramesOf2
                                    "00 00 00 00 10 00 00 00 " + HexText(bytes.data() + 24, 16)}));
     EXPECT_EQ(sink.mCalls, Texts{"OnTransmitted " + mDevice.mIdentity + " 4 [" + HexText(bytes.data(), 40) + "] 1000"});
     EXPECT_EQ(mHost.mTaken.size(), 1U) << "only the list of sinks is locked";
-    ExpectProgress(40, 40);
+    mPort.ExpectProgress(40, 40);
 }
 
 TEST_F(IRegisterSerialPortWriteTest, TheHeaderIsLittleEndianOnADeviceThatIsNoGigEVisionDevice)
@@ -211,7 +211,7 @@ TEST_F(IRegisterSerialPortWriteTest, ALengthFarBelowZeroIsTooSmallAsWell)
         ExpectBareFailure(Write(CountUp(5)), KoResult::BUFFER_TOO_SMALL);
         EXPECT_EQ(TakeFrames(), Texts{});
         EXPECT_EQ(mWritten, 0U);
-        ExpectProgress(0, 5);
+        mPort.ExpectProgress(0, 5);
     }
     EXPECT_EQ(mPort.mBytesSent, 2U);
 }
@@ -263,7 +263,7 @@ TEST_F(IRegisterSerialPortWriteTest, AnUnreadableRegisterLengthIsTheFailureOfThe
                                   "GetGenRegisterLength Bulk2DownstreamData",
                                   "[3] IRegisterSerialPort::Write Downstream get register failed"}));
     EXPECT_EQ(mWritten, 0U);
-    ExpectProgress(0, 2);
+    mPort.ExpectProgress(0, 2);
     EXPECT_EQ(sink.mCalls, Texts{});
     EXPECT_EQ(mPort.mDownstreamBuffer, nullptr);
 }
@@ -278,7 +278,7 @@ TEST_F(IRegisterSerialPortWriteTest, AFailedFrameKeepsTheEarlierOnesAndEchoesNot
         mDevice.FailCall("SetGenRegisterData", failing);
         ExpectFailureOfDevice(Write(CountUp(60)));
         EXPECT_EQ(mWritten, 24 * (failing - 1));
-        ExpectProgress(24 * (failing - 1), 60);
+        mPort.ExpectProgress(24 * (failing - 1), 60);
         const Texts story = TakeStory();
         EXPECT_EQ(std::count(story.begin(), story.end(), "WaitForIdle 1000"), failing - 1);
         EXPECT_EQ(story.back().substr(0, 19), "SetGenRegisterData ");
@@ -348,13 +348,13 @@ TEST_F(IRegisterSerialPortWriteTest, TheProgressGrowsFrameByFrame)
     {
         if (aCall == "IsGigEVision" || aCall == "WaitForIdle 1000")
         {
-            ExpectProgress(mWritten, 60);
+            mPort.ExpectProgress(mWritten, 60);
             written.push_back(mWritten);
         }
     };
     EXPECT_TRUE(Write(CountUp(60)).IsOK());
     EXPECT_EQ(written, (std::vector<std::uint32_t>{0, 0, 24, 24, 48, 48}));
-    ExpectProgress(60, 60);
+    mPort.ExpectProgress(60, 60);
 }
 
 TEST_F(IRegisterSerialPortWriteTest, TheArgumentsForSPIMeanNothingInABulkFrame)

@@ -27,15 +27,6 @@ protected:
         return mUart.Write(aBytes.data(), static_cast<std::uint32_t>(aBytes.size()), mWritten);
     }
 
-    void ExpectProgress(std::uint32_t aDone, std::uint32_t aTotal)
-    {
-        std::uint32_t done = 0;
-        std::uint32_t total = 0;
-        EXPECT_TRUE(mUart.GetWriteProgress(done, total).IsOK());
-        EXPECT_EQ(done, aDone);
-        EXPECT_EQ(total, aTotal);
-    }
-
     std::uint32_t mWritten = 0;
 };
 
@@ -74,7 +65,7 @@ TEST_F(SerialPortIPEngineWriteTest, WriteSendsOneByteAfterTheOtherAndWaitsForEac
     EXPECT_EQ(mHost.mWaits, (std::vector<std::uint32_t>{1020, 1020, 1020}));
     EXPECT_EQ(mHost.Now(), 1009U);
     EXPECT_TRUE(mHost.mSleeps.empty());
-    ExpectProgress(3, 3);
+    mUart.ExpectProgress(3, 3);
 }
 
 TEST_F(SerialPortIPEngineWriteTest, WriteToUart1UsesItsDataRegister)
@@ -149,13 +140,13 @@ TEST_F(SerialPortIPEngineWriteTest, WriteProgressAdvancesWithEachByteThatWentOut
     {
         if (aAddress == UART0_DATA)
         {
-            ExpectProgress(sent, 3);
+            mUart.ExpectProgress(sent, 3);
             EXPECT_EQ(mWritten, sent);
             ++sent;
             mHost.At(1,
                      [&]
                      {
-                         ExpectProgress(sent, 3);
+                         mUart.ExpectProgress(sent, 3);
                          EXPECT_EQ(mWritten, sent);
                          mDevice.SendWords(SERIAL_INTERRUPT, {0x1});
                      });
@@ -173,7 +164,7 @@ TEST_F(SerialPortIPEngineWriteTest, WriteFailsAfter1020MillisecondsOnByte0WhenNo
     ExpectFailure(Write({1, 2}), KoResult::GENERIC_ERROR, "Write",
                   "Failed while waiting for the event from the device after writing byte 0.");
     EXPECT_EQ(mWritten, 1U);
-    ExpectProgress(1, 2);
+    mUart.ExpectProgress(1, 2);
     EXPECT_EQ(mHost.mWaits, std::vector<std::uint32_t>{1020});
     EXPECT_EQ(mHost.Now(), 2020U);
     EXPECT_EQ(mDevice.TakeCalls(), (Texts{"IsConnected", "WriteRegister 0xB84C 0x1", "ReadRegister 0xB84C"}));
@@ -218,7 +209,7 @@ TEST_F(SerialPortIPEngineWriteTest, WriteThatTheDeviceRefusesDrainsBeforeItRepor
     mDevice.mRegisters[UART0_DATA] = {0x00010055};
     ExpectFailure(Write({1, 2, 3, 4}), KoResult::GENERIC_ERROR, "Write", "Failed to write byte 2.");
     EXPECT_EQ(mWritten, 2U);
-    ExpectProgress(2, 4);
+    mUart.ExpectProgress(2, 4);
     EXPECT_EQ(mDevice.TakeCalls(), (Texts{"IsConnected", "WriteRegister 0xB84C 0x1", "WriteRegister 0xB84C 0x2",
                                           "WriteRegister 0xB84C 0x3", "ReadRegister 0xB84C"}));
     EXPECT_EQ(mHost.mLog[mHost.mLog.size() - 2].mText, "RxBuffer Head: 1 Tail 0");

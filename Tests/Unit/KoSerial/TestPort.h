@@ -1,26 +1,19 @@
 #pragma once
 
-#include "BareHostTest.h"
+#include "LaidOpen.h"
 
 #include <SerialPort.h>
 
 #include <cstring>
 
 /// The base of every engine with its state laid open and nothing added.
-class TestPort : public KoSerialLib::SerialPort
+class TestPort : public LaidOpen<KoSerialLib::SerialPort>
 {
 public:
-    using SerialPort::mDevice;
-    using SerialPort::mLogger;
-    using SerialPort::mMutex;
-    using SerialPort::mPort;
-    using SerialPort::mPortName;
     using SerialPort::mReaderWaiting;
     using SerialPort::mRxBuffer;
     using SerialPort::mRxBufferSize;
     using SerialPort::mRxEvent;
-    using SerialPort::mRxHead;
-    using SerialPort::mRxTail;
     using SerialPort::mWriteDone;
     using SerialPort::mWriteTotal;
     using SerialPort::PushBatchToRxBuffer;
@@ -47,16 +40,6 @@ public:
         std::uint32_t ready = ~0U;
         EXPECT_TRUE(GetRxBytesReady(ready).IsOK());
         return ready;
-    }
-
-    /// Takes out all unread bytes, up to aSize.
-    Bytes ReadAll(std::uint32_t aSize = 64)
-    {
-        Bytes bytes(aSize);
-        std::uint32_t count = 0;
-        Read(bytes.data(), aSize, count, 0);
-        bytes.resize(count);
-        return bytes;
     }
 
     /// A ring of aSize zeros, empty, that begins at aStart.

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "BareHostTest.h"
+#include "LaidOpen.h"
 
 #include <SerialPortIPEngine.h>
 
@@ -10,27 +10,7 @@ constexpr std::uint32_t UART1_DATA = 0xB850;
 constexpr std::uint32_t FUNCTION_CAPS = 0xB8FC;
 constexpr std::uint16_t SERIAL_INTERRUPT = 0x9000;
 
-/// The UART engine with its state laid open.
-class TestUart : public KoSerialLib::SerialPortIPEngine
-{
-public:
-    using SerialPortIPEngine::mDevice;
-    using SerialPortIPEngine::mMutex;
-    using SerialPortIPEngine::mPort;
-    using SerialPortIPEngine::mPortName;
-    using SerialPortIPEngine::mRxHead;
-    using SerialPortIPEngine::mRxTail;
-
-    /// Takes out all unread bytes.
-    Bytes ReadAll()
-    {
-        Bytes bytes(64);
-        std::uint32_t count = 0;
-        Read(bytes.data(), 64, count, 0);
-        bytes.resize(count);
-        return bytes;
-    }
-};
+using TestUart = LaidOpen<KoSerialLib::SerialPortIPEngine>;
 
 /// A UART engine on a scripted device that offers two UARTs.
 class UartTest : public BareHostTest
