@@ -87,8 +87,8 @@ TEST(FunctionCapsDeathTest, DevicesThatDoNotTellTheirIdentityAreRememberedTogeth
         ScriptedAdapter second("second");
         second.FailCall("GetDeviceId");
         const bool secondSupported = SerialPortIPEngine::IsSupported(&second, KoDeviceSerialUart0);
-        const bool knownByName = SerialPortIPEngine::IsSupported(&second, KoDeviceSerialUart0);
-        std::_Exit(!firstSupported && !secondSupported && knownByName ? 0 : 1);
+        const bool supportedUnderItsName = SerialPortIPEngine::IsSupported(&second, KoDeviceSerialUart0);
+        std::_Exit(!firstSupported && !secondSupported && supportedUnderItsName ? 0 : 1);
     };
     EXPECT_EXIT(askTwoDevices(), ::testing::ExitedWithCode(0), "");
 }
