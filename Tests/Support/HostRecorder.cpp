@@ -56,6 +56,16 @@ std::vector<std::string> HostRecorder::GetTexts() const
     return texts;
 }
 
+std::vector<std::size_t> HostRecorder::GetLocks() const
+{
+    std::vector<std::size_t> locks;
+    for (const LogEntry& entry : mLog)
+    {
+        locks.push_back(entry.mLocks);
+    }
+    return locks;
+}
+
 void HostRecorder::Take(const KuUtilsLib::Mutex* aMutex)
 {
     if (mBeforeNextLock)

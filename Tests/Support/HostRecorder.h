@@ -66,6 +66,9 @@ public:
     /// The texts of all entries, in order.
     std::vector<std::string> GetTexts() const;
 
+    /// How many locks were held at each entry, in order.
+    std::vector<std::size_t> GetLocks() const;
+
     KuUtilsLib::PriorityLevel mEnabledLevel = KuUtilsLib::LOG_DEBUG; ///< answer of IsPriorityEnabled()
     bool mResultsCarryText = true;                                   ///< whether LogResult() hands its text back
     std::uint32_t mResultCodeOffset = 0; ///< by how much the code that LogResult() hands back differs from its argument

@@ -7,7 +7,7 @@
 template <typename Operation>
 std::size_t SlotOf(Operation aOperation)
 {
-    // The first word of such a pointer is the offset in the table, to which x86-64, not 64-bit Arm, adds 1.
+    // A pointer to a virtual operation begins with the offset in the table, to which x86-64, not 64-bit Arm, adds 1.
     std::size_t offset = 0;
     static_assert(sizeof(aOperation) == 2 * sizeof(offset));
     std::memcpy(&offset, &aOperation, sizeof(offset));

@@ -74,12 +74,7 @@ TEST_F(IRegisterSerialPortReceiveTest, ReceptionIsTracedBeforeTheBytesAreReadAnd
 TEST_F(IRegisterSerialPortReceiveTest, TheMutexIsHeldWhileTheBytesAreStoredOnly)
 {
     Deliver({0x41, 0x42});
-    std::vector<std::size_t> locks;
-    for (const LogEntry& entry : mHost.mLog)
-    {
-        locks.push_back(entry.mLocks);
-    }
-    EXPECT_EQ(locks, (std::vector<std::size_t>{0, 1, 1}));
+    EXPECT_EQ(mHost.GetLocks(), (std::vector<std::size_t>{0, 1, 1}));
 }
 
 TEST_F(IRegisterSerialPortReceiveTest, BlocksArriveOneBehindTheOther)

@@ -2,7 +2,7 @@
 
 #include "BareHostTest.h"
 
-/// An engine whose share of the common state is laid open.
+/// An engine that lays open what it shares with the other engines.
 template <typename Engine>
 class LaidOpen : public Engine
 {

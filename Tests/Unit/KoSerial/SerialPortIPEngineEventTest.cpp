@@ -130,12 +130,7 @@ TEST_F(SerialPortIPEngineEventTest, TheMutexIsHeldForAllBytesAndNotForTheConfirm
 {
     Open(KoDeviceSerialUart0);
     mDevice.SendWords(SERIAL_INTERRUPT, {0x3, 0x41, 0x42});
-    std::vector<std::size_t> locks;
-    for (const LogEntry& entry : mHost.mLog)
-    {
-        locks.push_back(entry.mLocks);
-    }
-    EXPECT_EQ(locks, (std::vector<std::size_t>{1, 1, 1, 1, 0}));
+    EXPECT_EQ(mHost.GetLocks(), (std::vector<std::size_t>{1, 1, 1, 1, 0}));
 }
 
 TEST_F(SerialPortIPEngineEventTest, TheMutexIsTakenForReceivedDataOnlyEvenWhenThereIsNone)

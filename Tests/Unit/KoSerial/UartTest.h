@@ -10,6 +10,7 @@ constexpr std::uint32_t UART1_DATA = 0xB850;
 constexpr std::uint32_t FUNCTION_CAPS = 0xB8FC;
 constexpr std::uint16_t SERIAL_INTERRUPT = 0x9000;
 
+/// The UART engine with its state laid open.
 using TestUart = LaidOpen<KoSerialLib::SerialPortIPEngine>;
 
 /// A UART engine on a scripted device that offers two UARTs.
