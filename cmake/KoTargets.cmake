@@ -2,6 +2,11 @@
 add_library(ko_options INTERFACE)
 target_compile_features(ko_options INTERFACE cxx_std_17)
 target_compile_options(ko_options INTERFACE -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror)
+# Breaches of a contract are found while an application is written: a distribution's build does without the check, with
+# or without NDEBUG.
+if(KO_CHECK_CONTRACT)
+    target_compile_definitions(ko_options INTERFACE KO_CHECK_CONTRACT=1)
+endif()
 
 # Counted branches are those that somebody has written: without the compiler's own for an exception that passes through.
 # Only the port map has something to tidy up then.
