@@ -12,7 +12,7 @@ StateStack::~StateStack()
     while (!mStates.empty())
     {
         const State& last = mStates.back();
-        mDevice->SetGenEnumValue(last.mName, last.mValue);
+        mDevice->SetGenEnumValue(last.name, last.value);
         mStates.pop_back();
     }
 }

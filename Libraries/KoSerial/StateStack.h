@@ -33,8 +33,8 @@ public:
 protected:
     struct State
     {
-        KoString mName;
-        KoString mValue;
+        KoString name;
+        KoString value;
     };
 
     IKoDeviceAdapter* mDevice;

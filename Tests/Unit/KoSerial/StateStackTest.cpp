@@ -38,6 +38,23 @@ protected:
     std::optional<StateStack> mStack;
 };
 
+/// A stack that shows what it has recorded.
+class OpenStateStack : public StateStack
+{
+public:
+    using StateStack::mStates;
+    using StateStack::StateStack;
+};
+
+TEST_F(StateStackTest, RecordsTheNameAndTheValueThatWereSet)
+{
+    OpenStateStack stack(&mDevice);
+    ASSERT_EQ(stack.SetValue(KoString("First"), KoString("New")).GetCode(), KoResult::OK);
+    ASSERT_EQ(stack.mStates.size(), 1U);
+    EXPECT_STREQ(stack.mStates.front().name.GetAscii(), "First");
+    EXPECT_STREQ(stack.mStates.front().value.GetAscii(), "New");
+}
+
 TEST_F(StateStackTest, TouchesNoDeviceAsLongAsNothingIsSet)
 {
     End();
