@@ -8,6 +8,7 @@
 #include <array>
 #include <cstdio>
 #include <limits>
+#include <new>
 
 namespace KoSerialLib
 {
@@ -239,11 +240,11 @@ void IRegisterSerialPort::NotifyInvalidatedGenParameter(const KoString& aParamet
     }
     const auto byteCount = static_cast<std::uint32_t>(count);
     KO_TRACE(*mLogger, "OnParameterUpdate receiving %d bytes of data", byteCount);
-    if (mUpstreamBufferSize < length)
+    if (!PrepareUpstreamBuffer(static_cast<std::uint32_t>(length), byteCount))
     {
-        FreeUpstreamBuffer();
-        mUpstreamBuffer = std::make_unique<std::uint8_t[]>(static_cast<std::size_t>(length));
-        mUpstreamBufferSize = static_cast<std::uint32_t>(length);
+        KO_LOG(*mLogger, LOG_WARNING, "No memory for an upstream register of %u bytes: %u received bytes are lost",
+               static_cast<std::uint32_t>(length), byteCount);
+        return;
     }
     mDevice->GetGenRegisterData(mUpstreamDataBuffer, mUpstreamBuffer.get(), count);
 
@@ -260,6 +261,28 @@ KoResult IRegisterSerialPort::WriteAndRead(const std::uint8_t* aData, std::uint3
                                            std::uint32_t aReadLength, bool aSimultaneous, bool aSPIControl)
 {
     KoResult connected = CheckConnected(__func__);
+/// Makes the buffer at least as long as the register; false when there is no memory for it. Only bytes that are about
+/// to be received are cleared: memory that nobody touches costs nothing, however long the register claims to be.
+bool IRegisterSerialPort::PrepareUpstreamBuffer(std::uint32_t aLength, std::uint32_t aCount)
+{
+    if (mUpstreamBufferSize < aLength)
+    {
+        FreeUpstreamBuffer();
+        mUpstreamBuffer.reset(new (std::nothrow) std::uint8_t[aLength]);
+        if (mUpstreamBuffer == nullptr)
+        {
+            return false;
+        }
+        mUpstreamBufferSize = aLength;
+    }
+    if (mUpstreamCleared < aCount)
+    {
+        std::fill(&mUpstreamBuffer[mUpstreamCleared], &mUpstreamBuffer[0] + aCount, std::uint8_t{0});
+        mUpstreamCleared = aCount;
+    }
+    return true;
+}
+
     if (!connected.IsOK())
     {
         return connected;
@@ -389,3 +412,4 @@ void IRegisterSerialPort::FreeUpstreamBuffer()
 }
 
 } // namespace KoSerialLib
+    mUpstreamCleared = 0;

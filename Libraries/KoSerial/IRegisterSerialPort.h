@@ -75,10 +75,13 @@ protected:
     KoString mPreviousEventNotification;
 
 private:
+    bool PrepareUpstreamBuffer(std::uint32_t aLength, std::uint32_t aCount);
     KoResult PrepareFrame(std::uint32_t& aPayload);
     void StoreHeader(std::uint32_t aFirst, std::uint32_t aSecond);
     KoResult SendFrame(std::uint32_t aLength);
     KoResult SwitchEnum(const KoString& aName, const KoString& aValue, KoString& aPrevious);
+
+    std::uint32_t mUpstreamCleared = 0; ///< how many bytes of the upstream buffer have a value
 };
 
 } // namespace KoSerialLib

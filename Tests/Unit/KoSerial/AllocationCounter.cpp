@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <atomic>
 #include <cstdlib>
+#include <cstring>
+#include <limits>
 #include <mutex>
 #include <new>
 
@@ -13,19 +15,53 @@ std::atomic<bool> sCounting{false};
 std::mutex sMutex;
 Allocations sAllocations;
 
-void* Allocate(std::size_t aSize)
+constexpr std::size_t NEVER = std::numeric_limits<std::size_t>::max();
+std::atomic<std::size_t> sUntilFailure{NEVER}; ///< how many allocations still succeed
+std::atomic<std::size_t> sTooLarge{NEVER};
+std::atomic<bool> sHasFailed{false};
+std::atomic<std::size_t> sLive{0};
+
+bool MustFail(std::size_t aSize)
+{
+    const bool isDue = sUntilFailure != NEVER && sUntilFailure-- == 0;
+    if (isDue)
+    {
+        sUntilFailure = NEVER;
+    }
+    return isDue || aSize >= sTooLarge;
+}
+
+void Count(void* aMemory, std::size_t aSize)
 {
     if (sCounting)
     {
         const std::lock_guard<std::mutex> lock(sMutex);
         ++sAllocations.mCount;
         sAllocations.mLargest = std::max(sAllocations.mLargest, aSize);
+        std::memset(aMemory, UNTOUCHED_MEMORY, aSize);
     }
-    if (void* const memory = std::malloc(std::max<std::size_t>(aSize, 1)))
+}
+
+void* Allocate(std::size_t aSize)
+{
+    void* const memory = MustFail(aSize) ? nullptr : std::malloc(std::max<std::size_t>(aSize, 1));
+    if (memory == nullptr)
     {
-        return memory;
+        sHasFailed = true;
+        throw std::bad_alloc();
     }
-    throw std::bad_alloc();
+    Count(memory, aSize);
+    ++sLive;
+    return memory;
+}
+
+void Free(void* aMemory)
+{
+    if (aMemory != nullptr)
+    {
+        --sLive;
+        std::free(aMemory);
+    }
 }
 
 } // namespace
@@ -42,22 +78,22 @@ void* operator new[](std::size_t aSize)
 
 void operator delete(void* aMemory) noexcept
 {
-    std::free(aMemory);
+    Free(aMemory);
 }
 
 void operator delete[](void* aMemory) noexcept
 {
-    std::free(aMemory);
+    Free(aMemory);
 }
 
 void operator delete(void* aMemory, std::size_t /*aSize*/) noexcept
 {
-    std::free(aMemory);
+    Free(aMemory);
 }
 
 void operator delete[](void* aMemory, std::size_t /*aSize*/) noexcept
 {
-    std::free(aMemory);
+    Free(aMemory);
 }
 
 void StartCountingAllocations()
@@ -72,4 +108,28 @@ Allocations StopCountingAllocations()
     const std::lock_guard<std::mutex> lock(sMutex);
     sCounting = false;
     return sAllocations;
+}
+
+void FailAllocation(std::size_t aNumber)
+{
+    sHasFailed = false;
+    sUntilFailure = aNumber - 1;
+}
+
+void FailAllocationsFrom(std::size_t aSize)
+{
+    sHasFailed = false;
+    sTooLarge = aSize;
+}
+
+bool StopFailingAllocations()
+{
+    sUntilFailure = NEVER;
+    sTooLarge = NEVER;
+    return sHasFailed;
+}
+
+std::size_t CountLiveAllocations()
+{
+    return sLive;
 }

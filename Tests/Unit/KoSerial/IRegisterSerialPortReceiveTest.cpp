@@ -230,6 +230,42 @@ TEST_F(IRegisterSerialPortReceiveTest, ABlockLongerThanTheRingLeavesItsEnd)
     }
 }
 
+TEST_F(IRegisterSerialPortReceiveTest, ALongRegisterIsNotTouchedBeyondItsBytes)
+{
+    mDevice.mGenRegisterLengths[UPSTREAM_BUFFER] = 100000;
+    StartCountingAllocations();
+    Deliver({0x41});
+    StopCountingAllocations();
+    EXPECT_EQ(mPort.mUpstreamBufferSize, 100000U);
+    EXPECT_EQ(mPort.mUpstreamBuffer[1], UNTOUCHED_MEMORY);
+    EXPECT_EQ(mPort.mUpstreamBuffer[99999], UNTOUCHED_MEMORY);
+    EXPECT_EQ(mPort.ReadAll(), Bytes{0x41});
+}
+
+TEST_F(IRegisterSerialPortReceiveTest, BytesThatCannotBeReadAreNeverThoseOfOtherMemory)
+{
+    mDevice.FailEvery("GetGenRegisterData");
+    StartCountingAllocations();
+    Deliver({1});
+    Deliver({1, 2, 3});
+    StopCountingAllocations();
+    EXPECT_EQ(mPort.ReadAll(), (Bytes{0, 0, 0, 0}));
+}
+
+TEST_F(IRegisterSerialPortReceiveTest, ABlockForWhichThereIsNoMemoryIsDroppedWithAWarning)
+{
+    mDevice.mGenRegisterLengths[UPSTREAM_BUFFER] = TWO_TO_32 - 1;
+    FailAllocationsFrom(1 << 20);
+    Deliver({0x41, 0x42});
+    EXPECT_TRUE(StopFailingAllocations());
+    EXPECT_EQ(mHost.GetTexts(KuUtilsLib::LOG_WARNING),
+              Texts{"No memory for an upstream register of 4294967295 bytes: 2 received bytes are lost"});
+    EXPECT_EQ(mPort.ReadAll(), Bytes{});
+    mDevice.mGenRegisterLengths.clear();
+    Deliver({0x43});
+    EXPECT_EQ(mPort.ReadAll(), Bytes{0x43});
+}
+
 TEST_F(IRegisterSerialPortReceiveTest, EventsOfTheDeviceAreIgnored)
 {
     Fill({1, 2});
