@@ -4,9 +4,6 @@
 #include "IRegisterSerialPort.h"
 #include "Logging.h"
 
-#include <algorithm>
-#include <vector>
-
 namespace KoSerialLib
 {
 namespace
@@ -26,8 +23,8 @@ std::uint32_t GetReadTimeoutMs(std::uint32_t aLength, bool aFastMode)
     return aLength * BITS_PER_BYTE / (aFastMode ? FAST_RATE : NORMAL_RATE) * 1000 + READ_MARGIN_MS;
 }
 
-/// aFirst, then the data.
-std::vector<std::uint8_t> Prepend(std::uint8_t aFirst, const std::uint8_t* aData, std::uint32_t aLength)
+/// Makes aBytes aFirst and then the data. Its memory only grows.
+void Join(std::vector<std::uint8_t>& aBytes, std::uint8_t aFirst, const std::uint8_t* aData, std::uint32_t aLength)
 {
     std::vector<std::uint8_t> bytes(std::size_t{aLength} + 1);
     bytes[0] = aFirst;
@@ -116,8 +113,8 @@ KoResult DeviceI2CBus::BurstWrite(std::uint8_t aAddress, const std::uint8_t* aDa
 KoResult DeviceI2CBus::IndirectBurstWrite(std::uint8_t aAddress, std::uint8_t aOffset, const std::uint8_t* aData,
                                           std::uint32_t aLength, bool aFastMode)
 {
-    const std::vector<std::uint8_t> bytes = Prepend(aOffset, aData, aLength);
-    return MasterTransmitter(aAddress, bytes.data(), aLength + 1, aFastMode, true);
+    Join(mIndirect, aOffset, aData, aLength);
+    return MasterTransmitter(aAddress, mIndirect.data(), aLength + 1, aFastMode, true);
 }
 
 KoResult DeviceI2CBus::BurstRead(std::uint8_t aAddress, std::uint8_t* aBuffer, std::uint32_t aLength,
@@ -146,10 +143,10 @@ KoResult DeviceI2CBus::MasterTransmitter(std::uint8_t aAddress, const std::uint8
         return FailUnopened(__func__);
     }
     const auto addressByte = static_cast<std::uint8_t>((aAddress & 0x7F) << 1);
-    const std::vector<std::uint8_t> request = Prepend(addressByte, aData, aLength);
+    Join(mRequest, addressByte, aData, aLength);
     SetTransferOptions(aFastMode, aStop);
     std::uint32_t written = 0;
-    return mEngine->Write(request.data(), aLength + 1, written);
+    return mEngine->Write(mRequest.data(), aLength + 1, written);
 }
 
 KoResult DeviceI2CBus::MasterReceiverAfterFirstByte(std::uint8_t aAddress, std::uint8_t* aBuffer, std::uint32_t aLength,

@@ -2,6 +2,8 @@
 
 #include "BulkWithI2C.h"
 
+#include <vector>
+
 namespace KoSerialLib
 {
 
@@ -41,5 +43,8 @@ private:
     KoResult FailUnopened(const char* aOperation);
     void SetTransferOptions(bool aFastMode, bool aStop);
 };
+
+    std::vector<std::uint8_t> mRequest;  ///< address and data of the last write
+    std::vector<std::uint8_t> mIndirect; ///< offset and data of the last indirect write
 
 } // namespace KoSerialLib

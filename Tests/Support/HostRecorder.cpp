@@ -33,6 +33,18 @@ void HostRecorder::At(std::uint32_t aDelayMs, std::function<void()> aAction)
     mSchedule.emplace(mNow + aDelayMs, std::move(aAction));
 }
 
+void HostRecorder::Reserve()
+{
+    constexpr std::size_t PLENTY = 1000;
+    mHeld.reserve(PLENTY);
+    mTaken.reserve(PLENTY);
+    mEventSets.reserve(PLENTY);
+    mEventResets.reserve(PLENTY);
+    mEventsMade.reserve(PLENTY);
+    mWaits.reserve(PLENTY);
+    mSleeps.reserve(PLENTY);
+}
+
 std::vector<std::string> HostRecorder::GetTexts(KuUtilsLib::PriorityLevel aLevel) const
 {
     std::vector<std::string> texts;

@@ -55,6 +55,9 @@ public:
     /// Does aAction once aDelayMs of simulated time have passed.
     void At(std::uint32_t aDelayMs, std::function<void()> aAction);
 
+    /// Makes room for what is noted of locks, events and waits, which then takes no memory, as on a real host.
+    void Reserve();
+
     std::uint64_t Now() const { return mNow; }
 
     /// The mutexes held now, in the order in which they were taken.

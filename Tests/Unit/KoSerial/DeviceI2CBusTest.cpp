@@ -398,4 +398,34 @@ TEST_F(DeviceI2CBusTest, ATransferAfterCloseIsFailedByTheEngine)
     ExpectFailure(Read(4), 23, "Write", "Device pointer is NULL.");
 }
 
+/// An engine that takes no memory for a transfer.
+class QuietEngine : public KoSerialLib::BulkWithI2C
+{
+public:
+    KoResult Open(IKoDeviceAdapter*, KoDeviceSerial) override { return KoResult(KoResult::OK); }
+    bool IsOpened() override { return true; }
+    KoResult FlushRxBuffer() override { return KoResult(KoResult::OK); }
+    KoResult Write(const std::uint8_t*, std::uint32_t, std::uint32_t&) override { return KoResult(KoResult::OK); }
+};
+
+TEST_F(DeviceI2CBusTest, ATransferAllocatesNothingOnceTheBuffersHaveGrown)
+{
+    mHost.mEnabledLevel = KuUtilsLib::LOG_INFO;
+    mHost.Reserve();
+    mBus.mEngine = new QuietEngine;
+    Bytes bytes(200);
+    std::uint32_t count = 0;
+    const auto transfer = [&]
+    {
+        EXPECT_TRUE(mBus.BurstWrite(0x50, bytes.data(), 200, true).IsOK());
+        EXPECT_TRUE(mBus.IndirectBurstWrite(0x50, 1, bytes.data(), 200, true).IsOK());
+        EXPECT_EQ(mBus.BurstRead(0x50, bytes.data(), 200, count, true).GetCode(), KoResult::TIMEOUT);
+        EXPECT_EQ(mBus.IndirectBurstRead(0x50, 1, bytes.data(), 200, count, true, true).GetCode(), KoResult::TIMEOUT);
+    };
+    transfer();
+    StartCountingAllocations();
+    transfer();
+    EXPECT_EQ(StopCountingAllocations().mCount, 0U);
+}
+
 } // namespace
