@@ -23,6 +23,17 @@ class DeviceI2CBus;
 /// NOT_OPENED: Open was never called. NOT_CONNECTED: the bus is closed, or the device is not connected. TIMEOUT: the
 /// device did not take the request, or did not deliver all bytes, in time. Anything else is what the device answered.
 ///
+/// @par How much goes out as one transfer
+/// A write is one transfer on the bus only as long as address and data go to the device in one piece. Beyond that the
+/// device makes several transfers of it: the first byte of each further piece is taken for an address, so that data
+/// reaches other slaves. A piece has 254 bytes where Bulk0 runs I2C through registers, which leaves 253 bytes of data,
+/// or 252 behind an offset. Otherwise it is as long as the feature "Bulk%iDownstreamData", at most 16384 bytes, less 8:
+/// a register of 512 bytes leaves 503 bytes of data, or 502 behind an offset. Nothing refuses a longer write.
+///
+/// @par When the device is unplugged
+/// Everything said of KoDeviceSerialPort holds here: the bus stays open and holds its port until the device is back or
+/// Abandon() is called.
+///
 /// @par Threads
 /// One thread at a time uses an object.
 class KO_SERIAL_API KoDeviceI2CBus
@@ -31,14 +42,16 @@ public:
     /// Creates an unopened bus.
     KoDeviceI2CBus();
 
-    /// Closes the bus if it is open. The device must still exist and be connected then.
+    /// Closes the bus if it is open. The device must still exist and be connected then: otherwise it goes on to deliver
+    /// to memory that was freed, and the port stays in use until the process ends. Abandon() such a bus first.
     ~KoDeviceI2CBus();
 
     KoDeviceI2CBus(const KoDeviceI2CBus&) = delete;
     KoDeviceI2CBus& operator=(const KoDeviceI2CBus&) = delete;
 
-    /// Opens the bus on a bulk port. Close an open bus first: opening it again gives up its hold on the old port, which
-    /// then stays in use until the process ends.
+    /// Opens the bus on a bulk port. Close or abandon an open bus first: opening it again discards what it had. The old
+    /// port then stays in use until the process ends, and its device goes on to deliver to it, on Bulk0 to memory that
+    /// was freed. A library that was built with KO_CHECK_CONTRACT ends the process with a message instead.
     ///
     /// Opening an object on Bulk1 to Bulk7 leaks what its opening before had allocated (the receive buffer of 16 KiB
     /// and a little more), even if the bus was closed. Where buses are opened again and again, use a new object each
@@ -57,6 +70,9 @@ public:
     /// not connected
     KoResult Close();
 
+    /// Gives up a bus whose device is gone, as KoDeviceSerialPort::Abandon() does. Does nothing when it is not open.
+    void Abandon();
+
     /// True while the bus is open.
     bool IsOpened();
 
@@ -64,15 +80,21 @@ public:
     static bool IsSupported(IKoDeviceAdapter* aDevice, KoDeviceSerial aPort);
 
     /// Writes bytes to a slave. The device does not tell whether the slave has acknowledged them.
+    /// @param aLength number of bytes; more than what goes out as one transfer (see above) reaches other slaves
     KoResult BurstWrite(std::uint8_t aAddress, const std::uint8_t* aData, std::uint32_t aLength, bool aFastMode);
 
     /// Writes a register offset and then bytes to a slave.
+    /// @param aLength number of bytes; more than what goes out as one transfer (see above) reaches other slaves
     KoResult IndirectBurstWrite(std::uint8_t aAddress, std::uint8_t aOffset, const std::uint8_t* aData,
                                 std::uint32_t aLength, bool aFastMode);
 
     /// Reads bytes from a slave. Received bytes that nobody has read are dropped first. Each wait for bytes is 50 ms,
     /// more from 11112 bytes on (44445 in fast mode). A slave that does not acknowledge sends nothing, which is the
     /// only way to notice that.
+    ///
+    /// After a TIMEOUT the rest of the answer may still be under way, and then answers the next read, even one of
+    /// another slave: wait until nothing can come any more before reading again. An answer that is too early is not
+    /// noticed.
     /// @param aLength number of bytes, at most 65535; beyond 16383, which is what the receive buffer holds, bytes are
     ///                lost when they come faster than the calling thread takes them
     /// @param[out] aBytesRead number of bytes that came, also after a TIMEOUT
@@ -84,7 +106,7 @@ public:
     KoResult IndirectBurstRead(std::uint8_t aAddress, std::uint8_t aOffset, std::uint8_t* aBuffer,
                                std::uint32_t aLength, std::uint32_t& aBytesRead, bool aFastMode, bool aRepeatedStart);
 
-    /// Writes bytes to a slave. @param aStop true ends the transfer with a stop condition
+    /// Writes bytes to a slave as BurstWrite() does. @param aStop true ends the transfer with a stop condition
     KoResult MasterTransmitter(std::uint8_t aAddress, const std::uint8_t* aData, std::uint32_t aLength, bool aFastMode,
                                bool aStop);
 

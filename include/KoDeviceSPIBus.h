@@ -19,6 +19,16 @@ class DeviceSPIBus;
 /// A transfer is BurstWriteAndRead(); the bytes that it clocks in are collected with BurstRead(). An object is unopened
 /// until Open(), and may be opened again after Close().
 ///
+/// @par How much goes out as one transfer
+/// A transfer is one selection of the slave only as long as its bytes go to the device in one frame: the length of the
+/// feature "Bulk%iDownstreamData", at most 16384 bytes, less 12, so 500 bytes for a register of 512. Where a register
+/// is shorter than 267 bytes, a longer transfer goes out as several frames, each of which selects the slave anew,
+/// starts a command of its own and asks for all the bytes to read once more. Nothing refuses such a transfer.
+///
+/// @par When the device is unplugged
+/// Everything said of KoDeviceSerialPort holds here: the bus stays open and holds its port until the device is back or
+/// Abandon() is called.
+///
 /// @par Threads
 /// One thread at a time uses an object.
 class KO_SERIAL_API KoDeviceSPIBus
@@ -27,14 +37,16 @@ public:
     /// Creates an unopened bus.
     KoDeviceSPIBus();
 
-    /// Closes the bus if it is open. The device must still exist and be connected then.
+    /// Closes the bus if it is open. The device must still exist and be connected then: otherwise it goes on to deliver
+    /// to memory that was freed, and the port stays in use until the process ends. Abandon() such a bus first.
     ~KoDeviceSPIBus();
 
     KoDeviceSPIBus(const KoDeviceSPIBus&) = delete;
     KoDeviceSPIBus& operator=(const KoDeviceSPIBus&) = delete;
 
-    /// Opens the bus on a bulk port. Close an open bus first: opening it again gives up its hold on the old port, which
-    /// then stays in use until the process ends.
+    /// Opens the bus on a bulk port. Close or abandon an open bus first: opening it again discards what it had. The old
+    /// port then stays in use until the process ends, and its device goes on to deliver to it, to memory that was
+    /// freed. A library that was built with KO_CHECK_CONTRACT ends the process with a message instead.
     /// @param aDevice the device; not owned; must outlive the open bus
     /// @param aPort the bulk port
     /// @return
@@ -47,6 +59,9 @@ public:
     /// Closes the bus. @return OK; NOT_OPENED: Open was never called; NOT_CONNECTED: closed already, or the device is
     /// not connected
     KoResult Close();
+
+    /// Gives up a bus whose device is gone, as KoDeviceSerialPort::Abandon() does. Does nothing when it is not open.
+    void Abandon();
 
     /// True while the bus is open.
     bool IsOpened();
@@ -65,7 +80,8 @@ public:
     KoResult BurstWriteAndRead(std::uint8_t* aData, std::uint32_t aWriteLength, std::uint32_t aReadLength,
                                bool aSimultaneous, bool aSPIControl);
 
-    /// Collects bytes that transfers have clocked in; returns as soon as there is at least one.
+    /// Collects bytes that transfers have clocked in; returns as soon as there is at least one. Bytes that nobody has
+    /// collected, those of a read that timed out included, stay and answer the next call.
     /// @param[out] aBuffer where the bytes go; room for one byte at least
     /// @param aLength most bytes to take; there is no limit of 255 here
     /// @param[out] aBytesRead number of bytes taken

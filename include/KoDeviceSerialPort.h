@@ -21,12 +21,25 @@ class DeviceSerialPort;
 ///
 /// @par Threads
 /// One thread may read while another writes and others query. Two writes, or two reads, must not overlap. Open(),
-/// Close() and the destructor must not overlap any other call on the same object: a library that was built for
-/// debugging ends the process with a message when a port is closed while another thread reads. Different objects are
-/// independent, except that the ports of one device are opened and closed one after the other: they share the interrupt
-/// enable register of the device, which is read, changed and written back.
+/// Close(), Abandon() and the destructor must not overlap any other call on the same object: a library that was built
+/// with KO_CHECK_CONTRACT ends the process with a message when a port is closed while another thread reads. Different
+/// objects are independent, except that the ports of one device are opened and closed one after the other: they share
+/// the interrupt enable register of the device, which is read, changed and written back.
 ///
-/// No operation throws, except for std::bad_alloc when memory runs out.
+/// @par When the device is unplugged
+/// Transfers, Open() and Close() fail with NOT_CONNECTED, Read() times out. Nothing is given up by that: the object
+/// stays open, goes on holding the port and stays an event sink of its device. There are three ways on:
+/// - The same object goes on when the same device is back. Where the device was without power it has forgotten how the
+///   port was set up: then Close() and Open().
+/// - Abandon() and, when the device is back, Open() again.
+/// - Abandon(), and Open() on another adapter.
+///
+/// Examples/SurviveUnplugging.cpp shows all three. A port must not be destroyed, nor opened again, while its device is
+/// unplugged, without Abandon() before: the device would deliver the next byte to memory that was freed.
+///
+/// @par When memory runs out
+/// No operation throws, except for std::bad_alloc. Whatever fails with it can be called again: no lock stays held, and
+/// Open() gives the port back. An open port that is destroyed when there is no memory to close it ends the process.
 class KO_SERIAL_API KoDeviceSerialPort
 {
 public:
@@ -34,7 +47,8 @@ public:
     KoDeviceSerialPort();
 
     /// Closes the port if it is open, with a warning in the log. The device must still exist and be connected then: a
-    /// device that is gone keeps this port as an event sink and must not deliver events any more.
+    /// device that is unplugged keeps this port as an event sink and goes on to deliver when it is back, to memory that
+    /// was freed; the port stays in use until the process ends. Abandon() such a port first.
     virtual ~KoDeviceSerialPort();
 
     KoDeviceSerialPort(const KoDeviceSerialPort&) = delete;
@@ -42,8 +56,9 @@ public:
 
     /// Opens a port of a device. Blocks for as long as a few register or feature accesses take.
     ///
-    /// An open object must be closed first: opening it again discards its hold on the old port, which then stays in use
-    /// until the process ends.
+    /// An open object must be closed or abandoned first. Opening it again discards what it had: the old port stays in
+    /// use until the process ends, and its device goes on to deliver to it, to memory that was freed. A library that
+    /// was built with KO_CHECK_CONTRACT ends the process with a message instead.
     ///
     /// @param aDevice the device; not owned, kept until Close(), must not be NULL and must outlive the open port
     /// @param aPort the port
@@ -55,15 +70,23 @@ public:
     /// - NOT_CONNECTED: the device is not connected
     /// - GENERIC_ERROR: another object of this process holds the port ("The specified port is already in use."), or an
     ///   access to the device failed; on bulk port 0 a failed access may give the code of the device instead. After a
-    ///   failed access IsOpened() may be true: then Close() cleans up
+    ///   failed access IsOpened() may be true: then Close() cleans up, or Abandon() where Close() is refused
     KoResult Open(IKoDeviceAdapter* aDevice, KoDeviceSerial aPort);
 
     /// Closes the port and forgets received bytes that were not read. The ring size and the statistics stay.
     /// @return OK; NOT_CONNECTED when the port is not open, or when the device is not connected: then the port stays
-    ///         open and held
+    ///         open and held, until Close() succeeds or Abandon() is called
     KoResult Close();
 
-    /// True between a successful Open() and a successful Close(), and after an Open() that Close() has to clean up.
+    /// Gives up a port whose device is gone: the port is free for others, no event reaches this object any more, and
+    /// unread bytes are forgotten. The device is not asked and keeps its settings; the adapter must still exist. Waits
+    /// for a running call of the device layer to this object. Does nothing when the port is not open.
+    ///
+    /// Must not overlap another call on the same object. The ring size and the statistics stay.
+    void Abandon();
+
+    /// True between a successful Open() and a successful Close(), or Abandon(), and after an Open() that Close() has to
+    /// clean up.
     bool IsOpened();
 
     /// Sends bytes. Blocks until the device has them: on a UART until each is confirmed, up to 1020 ms for a byte; on a
@@ -87,14 +110,20 @@ public:
     KoResult GetWriteProgress(std::uint32_t& aWritten, std::uint32_t& aTotal);
 
     /// Takes out received bytes. Returns as soon as there is at least one; it does not wait to fill the buffer.
+    ///
+    /// A port that is closed, or whose device is gone, answers like a line on which nothing comes, with TIMEOUT after
+    /// the whole time-out: IsOpened() and IKoDeviceAdapter::IsConnected() tell these apart. FlushRxBuffer() and
+    /// SetRxBufferSize() do not end a wait, but may take away the bytes that have ended it.
     /// @param[out] aBuffer where the bytes go; room for one byte at least, even when aSize is 0
     /// @param aSize most bytes to take; 0 takes one byte when one is ready
-    /// @param[out] aBytesRead number of bytes taken; 0 with OK when the received bytes were flushed in the meantime
+    /// @param[out] aBytesRead number of bytes taken; 0 with OK when FlushRxBuffer() or SetRxBufferSize() took away the
+    ///                        bytes that have ended the wait
     /// @param aTimeoutMs how long to wait for the first byte, in milliseconds; 0 does not wait
     /// @return OK; TIMEOUT: nothing came in time
     KoResult Read(std::uint8_t* aBuffer, std::uint32_t aSize, std::uint32_t& aBytesRead, std::uint32_t aTimeoutMs);
 
-    /// Forgets the received bytes that were not read. @return OK
+    /// Forgets the received bytes that were not read. May be called while another thread reads: a read that has just
+    /// been woken by such a byte returns OK with 0 bytes, one that waits goes on waiting. @return OK
     KoResult FlushRxBuffer();
 
     /// Tells how many received bytes wait to be read. @return OK
@@ -105,7 +134,8 @@ public:
     KoResult GetRxBufferSize(std::uint32_t& aSize);
 
     /// Changes the size of the receive ring and forgets the received bytes that were not read; to be called after
-    /// Open(), which makes a new ring. When the ring is full, a new byte pushes out the oldest.
+    /// Open(), which makes a new ring. When the ring is full, a new byte pushes out the oldest. What holds for
+    /// FlushRxBuffer() while another thread reads holds here, too.
     /// @param aSize new size in bytes
     /// @return OK; INVALID_PARAMETER: aSize is 0, the ring stays as it is
     KoResult SetRxBufferSize(std::uint32_t aSize);

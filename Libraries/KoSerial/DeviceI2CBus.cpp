@@ -26,10 +26,10 @@ std::uint32_t GetReadTimeoutMs(std::uint32_t aLength, bool aFastMode)
 /// Makes aBytes aFirst and then the data. Its memory only grows.
 void Join(std::vector<std::uint8_t>& aBytes, std::uint8_t aFirst, const std::uint8_t* aData, std::uint32_t aLength)
 {
-    std::vector<std::uint8_t> bytes(std::size_t{aLength} + 1);
-    bytes[0] = aFirst;
-    std::copy_n(aData, aLength, bytes.begin() + 1);
-    return bytes;
+    aBytes.clear();
+    aBytes.reserve(std::size_t{aLength} + 1);
+    aBytes.push_back(aFirst);
+    aBytes.insert(aBytes.end(), aData, aData + aLength);
 }
 
 } // namespace
@@ -65,6 +65,7 @@ KoResult DeviceI2CBus::Open(IKoDeviceAdapter* aDevice, KoDeviceSerial aPort)
     }
     if (aPort == KoDeviceSerialBulk0)
     {
+        CheckThatEngineMayBeReplaced();
         delete mEngine;
         mEngine = nullptr;
         if (inRegisters)
@@ -75,13 +76,14 @@ KoResult DeviceI2CBus::Open(IKoDeviceAdapter* aDevice, KoDeviceSerial aPort)
         {
             mEngine = new IRegisterSerialPort(false);
         }
-        return mEngine->Open(aDevice, aPort);
+        return mEngine->OpenOrAbandon(aDevice, aPort);
     }
     if (aPort >= KoDeviceSerialBulk1 && aPort <= KoDeviceSerialBulk7 && inFeatures)
     {
         // Here the engine before is left alone, open or not: only the path of Bulk0 deletes it.
+        CheckThatEngineMayBeReplaced();
         mEngine = new IRegisterSerialPort(false);
-        return mEngine->Open(aDevice, aPort);
+        return mEngine->OpenOrAbandon(aDevice, aPort);
     }
     return KO_FAIL(*mLogger, KoResult::INVALID_PARAMETER, "The specified port is not supported by this device.");
 }
@@ -89,6 +91,14 @@ KoResult DeviceI2CBus::Open(IKoDeviceAdapter* aDevice, KoDeviceSerial aPort)
 KoResult DeviceI2CBus::Close()
 {
     return mEngine == nullptr ? FailUnopened(__func__) : mEngine->Close();
+}
+
+void DeviceI2CBus::Abandon()
+{
+    if (mEngine != nullptr)
+    {
+        mEngine->Abandon();
+    }
 }
 
 bool DeviceI2CBus::IsOpened()
@@ -184,6 +194,14 @@ KoResult DeviceI2CBus::MasterReceiverAfterFirstByte(std::uint8_t aAddress, std::
 KoResult DeviceI2CBus::FailUnopened(const char* aOperation)
 {
     return KO_FAIL_IN(aOperation, *mLogger, KoResult::NOT_OPENED, UNOPENED, "%s");
+}
+
+void DeviceI2CBus::CheckThatEngineMayBeReplaced() const
+{
+    if (mEngine != nullptr)
+    {
+        mEngine->CheckThatItMayBeReplaced();
+    }
 }
 
 void DeviceI2CBus::SetTransferOptions(bool aFastMode, bool aStop)

@@ -20,6 +20,7 @@ public:
 
     KoResult Open(IKoDeviceAdapter* aDevice, KoDeviceSerial aPort);
     KoResult Close();
+    void Abandon();
     bool IsOpened();
     static bool IsSupported(IKoDeviceAdapter* aDevice, KoDeviceSerial aPort);
 
@@ -40,11 +41,12 @@ protected:
     KuUtilsLib::Logger* mLogger;
 
 private:
+    void CheckThatEngineMayBeReplaced() const;
     KoResult FailUnopened(const char* aOperation);
     void SetTransferOptions(bool aFastMode, bool aStop);
-};
 
     std::vector<std::uint8_t> mRequest;  ///< address and data of the last write
     std::vector<std::uint8_t> mIndirect; ///< offset and data of the last indirect write
+};
 
 } // namespace KoSerialLib

@@ -45,14 +45,26 @@ KoResult DeviceSPIBus::Open(IKoDeviceAdapter* aDevice, KoDeviceSerial aPort)
     {
         return KO_FAIL(*mLogger, KoResult::INVALID_PARAMETER, "The specified port is not supported by this device.");
     }
+    if (mEngine != nullptr)
+    {
+        mEngine->CheckThatItMayBeReplaced();
+    }
     mEngine.reset();
     mEngine = std::make_unique<IRegisterSerialPort>(true);
-    return mEngine->Open(aDevice, aPort);
+    return mEngine->OpenOrAbandon(aDevice, aPort);
 }
 
 KoResult DeviceSPIBus::Close()
 {
     return mEngine == nullptr ? FailUnopened(__func__) : mEngine->Close();
+}
+
+void DeviceSPIBus::Abandon()
+{
+    if (mEngine != nullptr)
+    {
+        mEngine->Abandon();
+    }
 }
 
 bool DeviceSPIBus::IsOpened()

@@ -17,6 +17,7 @@ public:
 
     KoResult Open(IKoDeviceAdapter* aDevice, KoDeviceSerial aPort);
     KoResult Close();
+    void Abandon();
     bool IsOpened();
     static bool IsSupported(IKoDeviceAdapter* aDevice, KoDeviceSerial aPort);
 

@@ -6,6 +6,30 @@
 namespace KoSerialLib
 {
 
+KoResult DeviceSerialPort::OpenOrAbandon(IKoDeviceAdapter* aDevice, KoDeviceSerial aPort)
+{
+    try
+    {
+        return Open(aDevice, aPort);
+    }
+    catch (...)
+    {
+        Abandon();
+        throw;
+    }
+}
+
+void DeviceSerialPort::Abandon()
+{
+    if (mDevice == nullptr)
+    {
+        return;
+    }
+    mDevice->UnregisterEventSink(this);
+    sPortMap.Release(mPortName.GetAscii(), mPort);
+    SerialPort::Close();
+}
+
 KoResult DeviceSerialPort::ClaimPort(IKoDeviceAdapter* aDevice, KoDeviceSerial aPort, SupportTest aIsSupported)
 {
     if (!aDevice->IsConnected())
@@ -23,7 +47,15 @@ KoResult DeviceSerialPort::ClaimPort(IKoDeviceAdapter* aDevice, KoDeviceSerial a
     {
         return KO_FAIL_IN("Open", *mLogger, KoResult::GENERIC_ERROR, "The specified port is already in use.");
     }
-    Init(aDevice, aPort, identity.GetAscii());
+    try
+    {
+        Init(aDevice, aPort, identity.GetAscii());
+    }
+    catch (...)
+    {
+        sPortMap.Release(identity.GetAscii(), aPort);
+        throw;
+    }
     return KoResult(KoResult::OK);
 }
 

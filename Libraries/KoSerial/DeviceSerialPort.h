@@ -13,6 +13,13 @@ class DeviceSerialPort : public SerialPort
 public:
     virtual KoResult Open(IKoDeviceAdapter* aDevice, KoDeviceSerial aPort) = 0;
 
+    /// As Open(), but gives up what was claimed when an exception leaves it.
+    KoResult OpenOrAbandon(IKoDeviceAdapter* aDevice, KoDeviceSerial aPort);
+
+    /// Gives up a port whose device is gone: ends its events, gives the port back to the port map and forgets the
+    /// device, which is asked nothing. Does nothing for an engine that has no device.
+    void Abandon();
+
 protected:
     using SupportTest = bool (*)(IKoDeviceAdapter* aDevice, KoDeviceSerial aPort);
 

@@ -65,11 +65,18 @@ KuUtilsLib::Result DeviceSerialPortConfig::WithSelectedPort(const char* aFunctio
     return aAction();
 }
 
-DeviceSerialPortConfig::DeviceSerialPortConfig()
-    : mLogger(KuUtilsLib::Logger::Create(KO_LOG_CATEGORY, nullptr, 0)),
-      mSupportedBaudRates(std::make_unique<std::vector<std::uint32_t>>()),
-      mRegisteredFeatures(std::make_unique<std::vector<KoString>>())
+DeviceSerialPortConfig::DeviceSerialPortConfig() : mLogger(KuUtilsLib::Logger::Create(KO_LOG_CATEGORY, nullptr, 0))
 {
+    try
+    {
+        mSupportedBaudRates = std::make_unique<std::vector<std::uint32_t>>();
+        mRegisteredFeatures = std::make_unique<std::vector<KoString>>();
+    }
+    catch (...)
+    {
+        KuUtilsLib::Logger::Free(mLogger);
+        throw;
+    }
 }
 
 DeviceSerialPortConfig::~DeviceSerialPortConfig()

@@ -168,7 +168,16 @@ KoResult IRegisterSerialPort::Close()
     mUpstreamDataLength = KoString();
     mUpstreamDataBuffer = KoString();
     mPreviousEventNotification = KoString();
-    ReleasePort();
+    try
+    {
+        ReleasePort();
+    }
+    catch (...)
+    {
+        // Without its names the port no longer counts as open, so nobody would close it again.
+        Abandon();
+        throw;
+    }
     return SerialPort::Close();
 }
 
@@ -252,15 +261,6 @@ void IRegisterSerialPort::NotifyInvalidatedGenParameter(const KoString& aParamet
     PushBatchToRxBuffer(mUpstreamBuffer.get(), byteCount, 1);
 }
 
-KoResult IRegisterSerialPort::Write(const std::uint8_t* aData, std::uint32_t aSize, std::uint32_t& aBytesWritten)
-{
-    return WriteAndRead(aData, aSize, aBytesWritten, 0, false, false);
-}
-
-KoResult IRegisterSerialPort::WriteAndRead(const std::uint8_t* aData, std::uint32_t aSize, std::uint32_t& aBytesWritten,
-                                           std::uint32_t aReadLength, bool aSimultaneous, bool aSPIControl)
-{
-    KoResult connected = CheckConnected(__func__);
 /// Makes the buffer at least as long as the register; false when there is no memory for it. Only bytes that are about
 /// to be received are cleared: memory that nobody touches costs nothing, however long the register claims to be.
 bool IRegisterSerialPort::PrepareUpstreamBuffer(std::uint32_t aLength, std::uint32_t aCount)
@@ -283,6 +283,15 @@ bool IRegisterSerialPort::PrepareUpstreamBuffer(std::uint32_t aLength, std::uint
     return true;
 }
 
+KoResult IRegisterSerialPort::Write(const std::uint8_t* aData, std::uint32_t aSize, std::uint32_t& aBytesWritten)
+{
+    return WriteAndRead(aData, aSize, aBytesWritten, 0, false, false);
+}
+
+KoResult IRegisterSerialPort::WriteAndRead(const std::uint8_t* aData, std::uint32_t aSize, std::uint32_t& aBytesWritten,
+                                           std::uint32_t aReadLength, bool aSimultaneous, bool aSPIControl)
+{
+    KoResult connected = CheckConnected(__func__);
     if (!connected.IsOK())
     {
         return connected;
@@ -409,7 +418,7 @@ void IRegisterSerialPort::FreeUpstreamBuffer()
 {
     mUpstreamBuffer.reset();
     mUpstreamBufferSize = 0;
+    mUpstreamCleared = 0;
 }
 
 } // namespace KoSerialLib
-    mUpstreamCleared = 0;

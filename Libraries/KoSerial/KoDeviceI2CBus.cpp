@@ -18,6 +18,11 @@ KoResult KoDeviceI2CBus::Close()
     return mImpl->Close();
 }
 
+void KoDeviceI2CBus::Abandon()
+{
+    mImpl->Abandon();
+}
+
 bool KoDeviceI2CBus::IsOpened()
 {
     return mImpl->IsOpened();

@@ -18,6 +18,11 @@ KoResult KoDeviceSPIBus::Close()
     return mImpl->Close();
 }
 
+void KoDeviceSPIBus::Abandon()
+{
+    mImpl->Abandon();
+}
+
 bool KoDeviceSPIBus::IsOpened()
 {
     return mImpl->IsOpened();

@@ -14,11 +14,12 @@ using KoSerialLib::SerialPortIPEngine;
 namespace
 {
 
-/// Deletes the engine, open or not, and puts a new one in its place.
+/// Puts a new engine in the place of another, which is deleted, open or not. There is always one: the new one is made
+/// first.
 template <typename Engine, typename... Arguments>
 DeviceSerialPort& Replace(std::unique_ptr<DeviceSerialPort>& aEngine, Arguments... aArguments)
 {
-    aEngine.reset();
+    aEngine->CheckThatItMayBeReplaced();
     aEngine = std::make_unique<Engine>(aArguments...);
     return *aEngine;
 }
@@ -70,7 +71,7 @@ KoResult KoDeviceSerialPort::Open(IKoDeviceAdapter* aDevice, KoDeviceSerial aPor
     }
     if (aPort <= KoDeviceSerialUart1)
     {
-        return Replace<SerialPortIPEngine>(mEngine).Open(aDevice, aPort);
+        return Replace<SerialPortIPEngine>(mEngine).OpenOrAbandon(aDevice, aPort);
     }
     if (aPort == KoDeviceSerialBulk0)
     {
@@ -78,19 +79,24 @@ KoResult KoDeviceSerialPort::Open(IKoDeviceAdapter* aDevice, KoDeviceSerial aPor
         const bool inFeatures = IRegisterSerialPort::IsSupported(aDevice, aPort);
         if (inRegisters)
         {
-            return Replace<BulkIPEngine>(mEngine).Open(aDevice, aPort);
+            return Replace<BulkIPEngine>(mEngine).OpenOrAbandon(aDevice, aPort);
         }
         if (!inFeatures)
         {
             return KoResult(KoResult::NOT_SUPPORTED);
         }
     }
-    return Replace<IRegisterSerialPort>(mEngine, false).Open(aDevice, aPort);
+    return Replace<IRegisterSerialPort>(mEngine, false).OpenOrAbandon(aDevice, aPort);
 }
 
 KoResult KoDeviceSerialPort::Close()
 {
     return mEngine->Close();
+}
+
+void KoDeviceSerialPort::Abandon()
+{
+    mEngine->Abandon();
 }
 
 bool KoDeviceSerialPort::IsOpened()

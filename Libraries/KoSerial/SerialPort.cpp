@@ -10,6 +10,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <new>
 
 namespace KoSerialLib
 {
@@ -19,11 +20,19 @@ namespace
 constexpr std::uint32_t DEFAULT_RX_BUFFER_SIZE = 16384;
 
 /// Whether breaches of the contract of an operation end the process, which is kinder than corrupt memory.
-#ifdef NDEBUG
-constexpr bool CHECKS_CONTRACT = false;
-#else
+#ifdef KO_CHECK_CONTRACT
 constexpr bool CHECKS_CONTRACT = true;
+#else
+constexpr bool CHECKS_CONTRACT = false;
 #endif
+
+// GCOVR_EXCL_START: the process ends without a count
+[[noreturn]] void EndProcess(const char* aWhy)
+{
+    std::fprintf(stderr, "KoSerial: %s\n", aWhy);
+    std::abort();
+}
+// GCOVR_EXCL_STOP
 
 constexpr std::uint32_t WORD_SIZE = 4;
 constexpr std::uint32_t GATHER_BLOCK = 16; ///< words, the bytes of which make a vector
@@ -74,7 +83,7 @@ void Gather(std::uint8_t* aTo, const std::uint8_t* aFrom, std::uint32_t aCount, 
 
 } // namespace
 
-/// Tells debug builds which thread is inside Read().
+/// Tells builds that check the contract which thread is inside Read().
 class SerialPort::ReadScope
 {
 public:
@@ -107,7 +116,15 @@ SerialPort::SerialPort()
       mRxEvent(true),
       mLogger(KuUtilsLib::Logger::Create(KO_LOG_CATEGORY, nullptr, 0))
 {
-    SerialPort::SetRxBufferSize(DEFAULT_RX_BUFFER_SIZE);
+    try
+    {
+        SerialPort::SetRxBufferSize(DEFAULT_RX_BUFFER_SIZE);
+    }
+    catch (...)
+    {
+        KuUtilsLib::Logger::Free(mLogger);
+        throw;
+    }
     ResetStatistics();
 }
 
@@ -127,9 +144,10 @@ void SerialPort::NotifyInvalidatedGenParameter(const KoString& /*aParameterName*
 
 void SerialPort::Init(IKoDeviceAdapter* aDevice, KoDeviceSerial aPort, const char* aPortName)
 {
+    // What may fail for want of memory comes first.
+    mPortName = KoString(aPortName);
     mDevice = aDevice;
     mPort = aPort;
-    mPortName = KoString(aPortName);
 }
 
 KoResult SerialPort::Close()
@@ -190,7 +208,13 @@ KoResult SerialPort::SetRxBufferSize(std::uint32_t aSize)
     mRxBufferSize.store(aSize, std::memory_order_relaxed);
     const KuUtilsLib::LockScope lock(&mMutex);
     // The new ring comes first, so that the old one stays when there is no memory for it.
-    mRxBuffer.reset(new std::uint8_t[aSize]);
+    std::uint8_t* const ring = new (std::nothrow) std::uint8_t[aSize];
+    if (ring == nullptr)
+    {
+        mRxBufferSize.store(mRxRingLength, std::memory_order_relaxed);
+        throw std::bad_alloc();
+    }
+    mRxBuffer.reset(ring);
     mRxRingLength = aSize;
     mRxHead = 0;
     mRxTail = 0;
@@ -201,20 +225,20 @@ void SerialPort::PushToRxBuffer(std::uint8_t aByte, bool aLock)
 {
     if (aLock)
     {
-        mMutex.Wait();
+        const KuUtilsLib::LockScope lock(&mMutex);
+        PushToRxBuffer(aByte, false);
+        return;
     }
+    const bool overflows = GetUnreadCount() + 1 == mRxRingLength;
+    const std::uint32_t tail = mRxTail;
     mRxBuffer[mRxHead] = aByte;
     mRxHead = (mRxHead + 1) % mRxRingLength;
-    KO_TRACE(*mLogger, "RxBuffer Head: %i Tail %i", mRxHead, mRxTail);
-    if (mRxHead == mRxTail)
+    if (overflows)
     {
         mRxTail = (mRxTail + 1) % mRxRingLength;
     }
+    KO_TRACE(*mLogger, "RxBuffer Head: %i Tail %i", mRxHead, tail);
     WakeReader();
-    if (aLock)
-    {
-        mMutex.Release();
-    }
 }
 
 void SerialPort::PushBatchToRxBuffer(const std::uint8_t* aFirst, std::uint32_t aCount, std::uint32_t aStride)
@@ -240,28 +264,20 @@ KoResult SerialPort::Read(std::uint8_t* aBuffer, std::uint32_t aSize, std::uint3
 {
     const ReadScope reading(*this);
     aBytesRead = 0;
-    mMutex.Wait();
-    if (mRxHead == mRxTail)
+    if (!TakeOrAnnounceReader(aBuffer, aSize, aBytesRead, aTimeoutMs))
     {
         if (aTimeoutMs == 0)
         {
-            mMutex.Release();
             return KoResult(KoResult::TIMEOUT);
         }
-        mRxEvent.Reset();
-        mReaderWaiting.store(true, std::memory_order_relaxed);
-        mMutex.Release();
         if (!WaitForReceivedByte(aTimeoutMs))
         {
             EchoReceive(aBuffer, 0);
             return KoResult(KoResult::TIMEOUT);
         }
-        mMutex.Wait();
+        const KuUtilsLib::LockScope lock(&mMutex);
+        aBytesRead = TakeFromRing(aBuffer, aSize);
     }
-    aBytesRead = TakeFromRing(aBuffer, aSize);
-    KO_TRACE(*mLogger, "Read %d bytes of data", aBytesRead);
-    mMutex.Release();
-
     EchoReceive(aBuffer, aBytesRead);
     mBytesReceived.fetch_add(aBytesRead, std::memory_order_relaxed);
     return KoResult(KoResult::OK);
@@ -339,11 +355,35 @@ void SerialPort::CheckThatNoOtherThreadReads() const
     const std::thread::id reader = mReader.load(std::memory_order_relaxed);
     if (reader != std::thread::id() && reader != std::this_thread::get_id())
     {
-        // GCOVR_EXCL_START: the process ends without a count
-        std::fputs("KoSerial: a port is closed while another thread still reads from it\n", stderr);
-        std::abort();
-        // GCOVR_EXCL_STOP
+        EndProcess("a port is closed while another thread still reads from it"); // GCOVR_EXCL_LINE
     }
+}
+
+void SerialPort::CheckThatItMayBeReplaced() const
+{
+    if (CHECKS_CONTRACT && mDevice != nullptr)
+    {
+        EndProcess("an object that is open is opened again: close or abandon it first"); // GCOVR_EXCL_LINE
+    }
+}
+
+/// Takes what the ring holds. False when it is empty: then a byte that arrives from now on ends the wait of this
+/// reader, unless it does not want to wait.
+bool SerialPort::TakeOrAnnounceReader(std::uint8_t* aBuffer, std::uint32_t aSize, std::uint32_t& aBytesRead,
+                                      std::uint32_t aTimeoutMs)
+{
+    const KuUtilsLib::LockScope lock(&mMutex);
+    if (mRxHead != mRxTail)
+    {
+        aBytesRead = TakeFromRing(aBuffer, aSize);
+        return true;
+    }
+    if (aTimeoutMs != 0)
+    {
+        mRxEvent.Reset();
+        mReaderWaiting.store(true, std::memory_order_relaxed);
+    }
+    return false;
 }
 
 bool SerialPort::WaitForReceivedByte(std::uint32_t aTimeoutMs)
@@ -392,6 +432,7 @@ std::uint32_t SerialPort::TakeFromRing(std::uint8_t* aBuffer, std::uint32_t aSiz
 {
     // A size of 0 still takes one byte when one is ready.
     const std::uint32_t count = std::min(std::max(aSize, 1U), GetUnreadCount());
+    KO_TRACE_IN("Read", *mLogger, "Read %d bytes of data", count);
     if (count == 0)
     {
         return 0;

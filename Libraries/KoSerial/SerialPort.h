@@ -73,6 +73,10 @@ public:
     static KoResult RegisterEchoSink(KoDeviceSerialPortEchoSink* aSink);
     static KoResult UnregisterEchoSink(KoDeviceSerialPortEchoSink* aSink);
 
+    /// Ends the process, in builds that check the contract, when this engine is about to give way to another one while
+    /// a device still delivers to it.
+    void CheckThatItMayBeReplaced() const;
+
 protected:
     /// Feeds aCount received bytes that lie aStride bytes apart, 1 or 4; the effect is that of PushToRxBuffer() for
     /// each of them. All aStride bytes of each must be there. The caller holds mMutex.
@@ -110,6 +114,8 @@ private:
     class ReadScope;
 
     void CheckThatNoOtherThreadReads() const;
+    bool TakeOrAnnounceReader(std::uint8_t* aBuffer, std::uint32_t aSize, std::uint32_t& aBytesRead,
+                              std::uint32_t aTimeoutMs);
     bool WaitForReceivedByte(std::uint32_t aTimeoutMs);
     std::uint32_t GetUnreadCount() const;
     void StoreInRing(const std::uint8_t* aFirst, std::uint32_t aCount, std::uint32_t aStride);
@@ -119,7 +125,8 @@ private:
     template <typename Notification>
     static void NotifyEchoSinks(Notification aNotify);
 
-    std::atomic<std::thread::id> mReader{std::thread::id()}; ///< the thread inside Read(), known in debug builds only
+    std::atomic<std::thread::id> mReader{
+        std::thread::id()}; ///< the thread inside Read(), known to builds that check it
 
     /// Length of mRxBuffer, guarded by mMutex. mRxBufferSize may be ahead of it while the ring changes its size.
     std::uint32_t mRxRingLength = 0;

@@ -191,28 +191,3 @@ TEST(UartThreadsTest, AnswersQueriesWhileOthersReadAndWrite)
     EXPECT_EQ(port.GetBytesReceived(), text.size());
     EXPECT_TRUE(port.Close().IsOK());
 }
-
-#ifndef NDEBUG
-TEST(UartThreadsDeathTest, EndsADebugBuildThatClosesAPortWhileAnotherThreadReads)
-{
-    ::testing::FLAGS_gtest_death_test_style = "threadsafe";
-    const auto closeWhileReading = []
-    {
-        KoSim::SimulatedDevice device;
-        KoDeviceSerialPort port;
-        port.Open(&device, KoDeviceSerialUart0);
-        std::thread reader(
-            [&port]
-            {
-                std::uint8_t byte = 0;
-                std::uint32_t count = 0;
-                port.Read(&byte, 1, count, LONG_TIME_MS);
-            });
-        // The reader is inside Read() before long.
-        std::this_thread::sleep_for(std::chrono::milliseconds(300));
-        port.Close();
-        reader.join();
-    };
-    EXPECT_DEATH(closeWhileReading(), "a port is closed while another thread still reads from it");
-}
-#endif

@@ -48,6 +48,7 @@ std::atomic<bool> sFailed{false};
 std::atomic<std::uint64_t> sBytes{0};
 std::atomic<std::uint64_t> sRounds{0};
 std::atomic<std::uint64_t> sUnpluggings{0};
+std::atomic<std::uint64_t> sAbandoned{0};
 
 void Fail(const std::string& aWhat)
 {
@@ -104,7 +105,6 @@ public:
                 Reopen();
             }
         }
-        WaitUntilPluggedIn();
         Close();
     }
 
@@ -119,22 +119,19 @@ private:
             {
                 return;
             }
-            // Unplugged meanwhile: whatever it has claimed it gives back while the device is there.
-            if (mPort.IsOpened())
-            {
-                mPort.Close();
-            }
+            // Unplugged meanwhile: what it has claimed is given up.
+            mPort.Abandon();
         }
     }
 
-    /// Closes the port, which only succeeds while the device is plugged in.
+    /// Closes the port, or gives it up where the device is unplugged.
     void Close()
     {
-        while (mPort.IsOpened() && !sFailed)
+        const std::lock_guard<std::mutex> lock(mDevice.mOpening);
+        if (!mPort.Close().IsOK())
         {
-            WaitUntilPluggedIn();
-            const std::lock_guard<std::mutex> lock(mDevice.mOpening);
-            mPort.Close();
+            mPort.Abandon();
+            ++sAbandoned;
         }
     }
 
@@ -254,9 +251,10 @@ void Watch(int aSeconds)
         std::this_thread::sleep_for(1s);
         const long memoryNow = GetStatus("VmRSS");
         const long threadsNow = GetStatus("Threads");
-        std::printf("%5d s  %12llu bytes  %9llu rounds  %6llu unpluggings  %7ld KiB  %3ld threads\n", second,
-                    static_cast<unsigned long long>(sBytes), static_cast<unsigned long long>(sRounds),
-                    static_cast<unsigned long long>(sUnpluggings), memoryNow, threadsNow);
+        std::printf("%5d s  %12llu bytes  %9llu rounds  %6llu unpluggings  %6llu abandoned  %7ld KiB  %3ld threads\n",
+                    second, static_cast<unsigned long long>(sBytes), static_cast<unsigned long long>(sRounds),
+                    static_cast<unsigned long long>(sUnpluggings), static_cast<unsigned long long>(sAbandoned),
+                    memoryNow, threadsNow);
         std::fflush(stdout);
         if (second == WARM_UP_SECONDS)
         {

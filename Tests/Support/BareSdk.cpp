@@ -126,8 +126,8 @@ std::uint64_t Thread::GetTickCount()
 Logger* Logger::Create(const char* aCategory, const char* aInstance, std::uint32_t aFlags)
 {
     EXPECT_EQ(aFlags, 0U);
-    ++HostRecorder::Current().mHeapLoggers;
     auto* const logger = new Logger(aCategory, aInstance);
+    ++HostRecorder::Current().mHeapLoggers;
     logger->mOnHeap = true;
     return logger;
 }

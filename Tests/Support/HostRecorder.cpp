@@ -98,6 +98,10 @@ void HostRecorder::Release(const KuUtilsLib::Mutex* aMutex)
         return;
     }
     mHeld.erase(held);
+    if (mAfterNextRelease)
+    {
+        std::exchange(mAfterNextRelease, nullptr)();
+    }
 }
 
 void HostRecorder::Wait(std::uint32_t aTimeoutMs, const bool& aUntil)

@@ -80,6 +80,7 @@ public:
     std::uint64_t mTickStep = 0;         ///< how far the clock moves on after each look at it
     bool mSleepMovesClock = true;        ///< false: the clock is too coarse to notice a sleep
     std::function<void()> mBeforeNextLock;                ///< done once, when a mutex is about to be taken
+    std::function<void()> mAfterNextRelease;              ///< done once, when a mutex has been released
     std::function<void(const LogEntry& aEntry)> mOnEntry; ///< done for each entry
 
     std::vector<LogEntry> mLog;         ///< every entry, also of levels that are not enabled

@@ -13,7 +13,11 @@
 /// - Every operation may be called from several threads at once, except where a line below says otherwise.
 /// - Events reach a sink in the order in which the device sent them, one call at a time, on a thread of the device
 ///   layer and never from inside a call that the library makes.
-/// - After UnregisterEventSink() has returned, no call to that sink runs or will come.
+/// - After UnregisterEventSink() has returned, no call to that sink runs or will come: it waits for one that runs.
+/// - Sinks stay registered, and features watched, while the device is disconnected: the same objects go on when it is
+///   back. UnregisterEventSink() works all the same then, and waits as ever.
+/// - Watching nests: a feature is watched until UnregisterGenInvalidator() has succeeded for it as often as
+///   RegisterGenInvalidator().
 /// - The boolean queries answer false for a feature that the device does not have, and for the empty name; they never
 /// fail.
 /// - Undoing a registration that was never made, or that failed, does no harm.
@@ -21,8 +25,13 @@
 /// - No operation throws.
 ///
 /// @par What the library promises
-/// - It never owns or deletes the adapter; the caller keeps it alive until every port opened on it is closed.
-/// - It registers each sink once per Open and unregisters it in Close.
+/// - It never owns or deletes the adapter; the caller keeps it alive until every port opened on it is closed or abandoned.
+/// - An Open that has claimed the port registers a sink once. It is unregistered by the Close that succeeds and by
+///   Abandon, and also by a failed Open on the features of a bulk port, which closes again as far as the device is
+///   connected. An Open that fails on a UART or on bulk port 0 in registers leaves its sink registered, and so does a
+///   Close that is refused because the device is disconnected. An open object that is opened again or destroyed while
+///   the device is disconnected never unregisters its sink: applications call Abandon first.
+/// - Abandon calls UnregisterEventSink() and nothing else; the feature that the port watched stays watched.
 /// - It calls no adapter operation from inside NotifyEvent(). From inside NotifyInvalidatedGenParameter() it calls only
 ///   the queries and reads of features.
 class IKoDeviceAdapter
@@ -67,7 +76,7 @@ public:
     /// Writes aLength bytes to a register feature. The data is valid during the call.
     virtual KoResult SetGenRegisterData(const KoString& aName, const std::uint8_t* aData, std::int64_t aLength) = 0;
 
-    /// Reports changes of that feature to the registered sinks from now on.
+    /// Reports changes of that feature to all registered sinks from now on.
     virtual KoResult RegisterGenInvalidator(const KoString& aName) = 0;
 
     /// Undoes RegisterGenInvalidator().

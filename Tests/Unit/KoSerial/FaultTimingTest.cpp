@@ -84,7 +84,7 @@ protected:
     {
         Object object;
         Limit("IsSupported", 0, [&] { Object::IsSupported(&aFaulty, aPort); });
-        Limit("Open", 0, [&] { object.Open(&aFaulty, aPort); });
+        Limit("Open", 0, [&] { return object.Open(&aFaulty, aPort); });
         aUse(object);
         Limit("Close", 0, [&] { object.Close(); });
         if (object.IsOpened())
@@ -97,42 +97,44 @@ protected:
     void UseSerialPort(FaultInjectingAdapter& aFaulty, KoDeviceSerial aPort, std::size_t aSize,
                        std::uint64_t aWriteLimitMs)
     {
-        Live<KoDeviceSerialPort>(aFaulty, aPort,
-                                 [&](KoDeviceSerialPort& aObject)
-                                 {
-                                     Bytes bytes(aSize);
-                                     std::uint32_t count = 0;
-                                     const auto size = static_cast<std::uint32_t>(aSize);
-                                     Limit("Write", aWriteLimitMs, [&] { aObject.Write(bytes.data(), size, count); });
-                                     Limit("Read", READ_MS, [&] { aObject.Read(bytes.data(), 1, count, READ_MS); });
-                                 });
+        Live<KoDeviceSerialPort>(
+            aFaulty, aPort,
+            [&](KoDeviceSerialPort& aObject)
+            {
+                Bytes bytes(aSize);
+                std::uint32_t count = 0;
+                const auto size = static_cast<std::uint32_t>(aSize);
+                Limit("Write", aWriteLimitMs, [&] { return aObject.Write(bytes.data(), size, count); });
+                Limit("Read", READ_MS, [&] { return aObject.Read(bytes.data(), 1, count, READ_MS); });
+            });
     }
 
     void UseI2cBus(FaultInjectingAdapter& aFaulty, KoDeviceSerial aPort, std::uint64_t aWriteLimitMs)
     {
-        Live<KoDeviceI2CBus>(aFaulty, aPort,
-                             [&](KoDeviceI2CBus& aObject)
-                             {
-                                 Bytes bytes(2);
-                                 std::uint32_t count = 0;
-                                 Limit("BurstWrite", aWriteLimitMs,
-                                       [&] { aObject.BurstWrite(0x50, bytes.data(), 2, FAST); });
-                                 Limit("IndirectBurstRead", 2 * aWriteLimitMs + I2C_READ_MS,
-                                       [&] { aObject.IndirectBurstRead(0x50, 0, bytes.data(), 2, count, FAST, true); });
-                             });
+        Live<KoDeviceI2CBus>(
+            aFaulty, aPort,
+            [&](KoDeviceI2CBus& aObject)
+            {
+                Bytes bytes(2);
+                std::uint32_t count = 0;
+                Limit("BurstWrite", aWriteLimitMs, [&] { return aObject.BurstWrite(0x50, bytes.data(), 2, FAST); });
+                Limit("IndirectBurstRead", 2 * aWriteLimitMs + I2C_READ_MS,
+                      [&] { return aObject.IndirectBurstRead(0x50, 0, bytes.data(), 2, count, FAST, true); });
+            });
     }
 
     void UseSpiBus(FaultInjectingAdapter& aFaulty)
     {
-        Live<KoDeviceSPIBus>(
-            aFaulty, KoDeviceSerialBulk1,
-            [&](KoDeviceSPIBus& aObject)
-            {
-                Bytes bytes(2);
-                std::uint32_t count = 0;
-                Limit("BurstWriteAndRead", 0, [&] { aObject.BurstWriteAndRead(bytes.data(), 2, 2, false, false); });
-                Limit("BurstRead", READ_MS, [&] { aObject.BurstRead(bytes.data(), 2, count, READ_MS); });
-            });
+        Live<KoDeviceSPIBus>(aFaulty, KoDeviceSerialBulk1,
+                             [&](KoDeviceSPIBus& aObject)
+                             {
+                                 Bytes bytes(2);
+                                 std::uint32_t count = 0;
+                                 Limit("BurstWriteAndRead", 0,
+                                       [&] { return aObject.BurstWriteAndRead(bytes.data(), 2, 2, false, false); });
+                                 Limit("BurstRead", READ_MS,
+                                       [&] { return aObject.BurstRead(bytes.data(), 2, count, READ_MS); });
+                             });
     }
 
 private:

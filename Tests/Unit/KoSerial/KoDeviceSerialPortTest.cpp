@@ -124,7 +124,7 @@ TEST_F(KoDeviceSerialPortTest, KeepsTheStatisticsOverCloseAndForgetsTheWriteProg
 {
     Open(KoDeviceSerialUart0);
     Converse();
-    mPort.Read(mBuffer, 8, mCount, 0);
+    EXPECT_TRUE(mPort.Read(mBuffer, 8, mCount, 0).IsOK());
     mPort.Close();
     EXPECT_EQ(mPort.GetBytesSent(), 1U);
     EXPECT_EQ(mPort.GetBytesReceived(), 2U);

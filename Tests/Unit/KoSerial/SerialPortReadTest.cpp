@@ -111,6 +111,13 @@ TEST_F(SerialPortReadTest, KeepsTheOrderOfBytesAcrossTheEndOfTheRing)
     }
 }
 
+TEST_F(SerialPortReadTest, IsWokenByAByteThatArrivesRightAfterItHasReleasedTheLock)
+{
+    mHost.mAfterNextRelease = [this] { mPort.Push({0x41}); };
+    EXPECT_TRUE(Read(8, 1000).IsOK());
+    EXPECT_EQ(GetBytes(), Bytes{0x41});
+}
+
 TEST_F(SerialPortReadTest, IsWokenByAByteAndReturnsWithAllThatArePresent)
 {
     mHost.At(40,
