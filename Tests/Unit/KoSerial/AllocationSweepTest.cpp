@@ -42,17 +42,29 @@ struct Scenario
     const char* mName;
     Step mPrepare;
     Step mAct;
+    Step mCheckAfterFailure = nullptr;
 };
 
-/// Ends what a port or a bus has left; the port must be free then.
+/// Expects the port to be free and the device to deliver to nobody.
 template <typename Object>
-void Finish(Stage<Object>& aStage, KoDeviceSerial aPort)
+void ExpectFree(Stage<Object>& aStage, KoDeviceSerial aPort)
 {
-    aStage.mObject->Abandon();
+    EXPECT_FALSE(aStage.mObject->IsOpened());
     EXPECT_EQ(aStage.mDevice.mSink, nullptr) << "the device still delivers";
     Object next;
     EXPECT_TRUE(next.Open(&aStage.mDevice, aPort).IsOK()) << "the port is still held";
     EXPECT_TRUE(next.Close().IsOK());
+}
+
+/// Ends what is left of a port or a bus.
+template <typename Object>
+void Finish(Stage<Object>& aStage, KoDeviceSerial aPort)
+{
+    if (aStage.mObject->IsOpened())
+    {
+        EXPECT_TRUE(aStage.mObject->Close().IsOK());
+    }
+    ExpectFree(aStage, aPort);
 }
 
 void Finish(Stage<DeviceSerialPortConfig>& /*aStage*/, KoDeviceSerial /*aPort*/) {}
@@ -74,6 +86,11 @@ bool FailOnce(const Scenario<Object>& aScenario, KoDeviceSerial aPort, std::size
         }
         catch (const std::bad_alloc&)
         {
+            StopFailingAllocations();
+            if (aScenario.mCheckAfterFailure)
+            {
+                aScenario.mCheckAfterFailure(stage);
+            }
         }
         hasFailed = StopFailingAllocations();
         EXPECT_TRUE(host.GetHeld().empty()) << "a lock is held";
@@ -142,7 +159,8 @@ std::vector<Scenario<Object>> CommonScenarios(KoDeviceSerial aPort)
          {
              s.mObject->Abandon();
              EXPECT_TRUE(s.mObject->Open(&s.mDevice, aPort).IsOK());
-         }},
+         },
+         [aPort](S& s) { ExpectFree(s, aPort); }},
         {"Open on no port", Nothing<Object>,
          [](S& s) { EXPECT_FALSE(s.mObject->Open(&s.mDevice, KoDeviceSerialInvalid).IsOK()); }},
         {"Close", Open<Object>(aPort), [](S& s) { s.mObject->Close(); }},
@@ -183,6 +201,15 @@ std::vector<Scenario<KoDeviceSerialPort>> SerialPortScenarios(KoDeviceSerial aPo
                {"reception", open, [](S& s) { Receive(s.mDevice); }},
                {"Read", receive, [](S& s) { std::ignore = s.mObject->Read(s.mBytes, 1, s.mCount, 0); }},
                {"Read that waits", open, [](S& s) { std::ignore = s.mObject->Read(s.mBytes, 1, s.mCount, 10); }},
+               {"Read that is woken",
+                [open](S& s)
+                {
+                    open(s);
+                    const auto wake = [&s] { Receive(s.mDevice); };
+                    HostRecorder::Current().At(5, wake);
+                    HostRecorder::Current().At(25, wake);
+                },
+                [](S& s) { std::ignore = s.mObject->Read(s.mBytes, 8, s.mCount, 10); }},
                {"Read that an echo sink sees", receive,
                 [](S& s)
                 {

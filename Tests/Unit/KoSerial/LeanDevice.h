@@ -2,8 +2,9 @@
 
 #include "EmptyAdapter.h"
 
-/// A device with all ports, on which a bulk port may run I2C and SPI; its operations take no memory, so that they never
-/// fail when it runs out. It confirms nothing of what is sent.
+/// A device with all ports, on which a bulk port may run I2C and SPI; its operations take no memory of their own, so
+/// that they never fail when it runs out. It confirms nothing of what is sent, and has a byte in the registers of its
+/// UARTs.
 class LeanDevice : public EmptyAdapter
 {
 public:
@@ -40,12 +41,26 @@ public:
     KoResult UnregisterGenInvalidator(const KoString&) override { return Ok(); }
     KoResult ReadRegister(std::uint32_t aAddress, std::uint32_t* aValue) override
     {
-        *aValue = aAddress == 0xB8FC ? 0x80000032 : aAddress == 0xB95C ? 3 : 0;
+        switch (aAddress)
+        {
+        case 0xB8FC:
+            *aValue = 0x80000032;
+            break;
+        case 0xB95C:
+            *aValue = 3;
+            break;
+        case 0xB84C:
+        case 0xB850:
+            *aValue = 0x10041;
+            break;
+        default:
+            *aValue = 0;
+        }
         return Ok();
     }
     KoResult GetDeviceId(KoString& aId) override
     {
-        aId = KoString("lean");
+        aId = KoString("a device whose name takes memory");
         return Ok();
     }
 

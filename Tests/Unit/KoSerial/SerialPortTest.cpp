@@ -1,8 +1,11 @@
+#include "AllocationCounter.h"
 #include "SlotOf.h"
 #include "TestPort.h"
 
 #include <DeviceSerialPort.h>
 #include <KoDeviceSerial.h>
+
+#include <new>
 
 namespace
 {
@@ -373,6 +376,18 @@ TEST_F(SerialPortTest, BytesThatArriveWhileTheRingGrowsStayInsideIt)
     };
     EXPECT_TRUE(mPort.SetRxBufferSize(4096).IsOK());
     EXPECT_EQ(mPort.CountReady(), 0U);
+}
+
+TEST_F(SerialPortTest, TheRingStaysAsItIsWhenThereIsNoMemoryForAnother)
+{
+    mPort.Push({1, 2, 3});
+    FailAllocationsFrom(1 << 20);
+    EXPECT_THROW(mPort.SetRxBufferSize(1 << 20), std::bad_alloc);
+    EXPECT_TRUE(StopFailingAllocations());
+    std::uint32_t size = 0;
+    EXPECT_TRUE(mPort.GetRxBufferSize(size).IsOK());
+    EXPECT_EQ(size, 16384U);
+    EXPECT_EQ(mPort.ReadAll(), (Bytes{1, 2, 3}));
 }
 
 TEST_F(SerialPortTest, ARingOfSizeZeroIsRefusedAndTheRingStaysAsItIs)
