@@ -1,5 +1,6 @@
 #include <KuUtilsLib/Event.h>
 
+#include "FutexStub.h"
 #include "WaitUntil.h"
 
 #include <KoResult.h>
@@ -7,9 +8,14 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <cerrno>
 #include <chrono>
+#include <climits>
+#include <ctime>
 #include <thread>
 #include <vector>
+
+#include <linux/futex.h>
 
 using KuUtilsLib::Event;
 
@@ -17,10 +23,47 @@ namespace
 {
 
 constexpr std::uint32_t LONG_TIME_MS = 60000;
+constexpr std::int64_t NS_PER_MS = 1000000;
+constexpr std::int64_t NS_PER_SECOND = 1000 * NS_PER_MS;
 
 std::uint32_t Look(Event& aEvent)
 {
     return aEvent.Wait_ms(0).GetCode();
+}
+
+/// Waits in vain, so that the event takes a thread for asleep from now on.
+void LeaveAwaited(Event& aEvent)
+{
+    const FutexStub kernel(ETIMEDOUT);
+    aEvent.Wait_ms(1);
+}
+
+std::int64_t ToNanoseconds(const timespec& aTime)
+{
+    return aTime.tv_sec * NS_PER_SECOND + aTime.tv_nsec;
+}
+
+std::int64_t GetMonotonicTime()
+{
+    timespec time = {};
+    ::clock_gettime(CLOCK_MONOTONIC, &time);
+    return ToNanoseconds(time);
+}
+
+/// Checks that the kernel is asked to end a wait when its time is over, neither earlier nor later.
+void ExpectWaitOf(Event& aEvent, std::uint32_t aTimeoutMs)
+{
+    const FutexStub kernel(ETIMEDOUT);
+    const std::int64_t before = GetMonotonicTime();
+    EXPECT_EQ(aEvent.Wait_ms(aTimeoutMs).GetCode(), KoResult::TIMEOUT);
+    const std::int64_t after = GetMonotonicTime();
+
+    ASSERT_EQ(kernel.mCalls.size(), 1U);
+    EXPECT_EQ(kernel.mCalls[0].mOperation, FUTEX_WAIT_BITSET_PRIVATE);
+    const timespec& deadline = kernel.mCalls[0].mDeadline;
+    EXPECT_LT(deadline.tv_nsec, NS_PER_SECOND);
+    EXPECT_GE(ToNanoseconds(deadline), before + aTimeoutMs * NS_PER_MS);
+    EXPECT_LE(ToNanoseconds(deadline), after + aTimeoutMs * NS_PER_MS);
 }
 
 /// Threads that wait for an event; counts those that it woke.
@@ -111,6 +154,84 @@ TEST_P(EventTest, WaitsTheWholeTimeOfAMonotonicClock)
 
     EXPECT_EQ(mEvent.Wait_ms(30).GetCode(), KoResult::TIMEOUT);
     EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(30));
+}
+
+TEST_P(EventTest, AsksTheKernelForTheWholeTimeOfEveryWait)
+{
+    // Each fraction of a second, so that some deadlines fall into the next one.
+    for (std::uint32_t timeoutMs = 1; timeoutMs <= 1001; ++timeoutMs)
+    {
+        ExpectWaitOf(mEvent, timeoutMs);
+    }
+    ExpectWaitOf(mEvent, 0xFFFFFFFF);
+}
+
+TEST_P(EventTest, AsksTheKernelForNothingWhenAWaitHasNoTime)
+{
+    const FutexStub kernel(ETIMEDOUT);
+    Look(mEvent);
+
+    EXPECT_TRUE(kernel.mCalls.empty());
+}
+
+TEST_P(EventTest, AsksTheKernelForNothingWhenNobodyWaits)
+{
+    const FutexStub kernel(0);
+    mEvent.Set();
+    mEvent.Wait_ms(LONG_TIME_MS);
+    mEvent.Set();
+
+    EXPECT_TRUE(kernel.mCalls.empty());
+}
+
+TEST_P(EventTest, WakesEveryThreadUnlessAWaitResetsIt)
+{
+    LeaveAwaited(mEvent);
+    const FutexStub kernel(0);
+    mEvent.Set();
+
+    ASSERT_EQ(kernel.mCalls.size(), 1U);
+    EXPECT_EQ(kernel.mCalls[0].mOperation, FUTEX_WAKE_PRIVATE);
+    EXPECT_EQ(kernel.mCalls[0].mValue, static_cast<std::uint32_t>(GetParam() ? INT_MAX : 1));
+}
+
+TEST_P(EventTest, SleepsAgainWhenTheKernelEndsASleepEarly)
+{
+    for (const int error : {0, EAGAIN, EINTR})
+    {
+        const FutexStub kernel(error);
+        EXPECT_DEATH(mEvent.Wait_ms(LONG_TIME_MS), "again and again");
+    }
+}
+
+TEST_P(EventTest, EndsTheProcessWhenTheKernelRefusesToLetItWait)
+{
+    for (const int error : {EPERM, ENOSYS, EINVAL, EFAULT})
+    {
+        const FutexStub kernel(error);
+        EXPECT_DEATH(mEvent.Wait_ms(LONG_TIME_MS), "the kernel refuses the futex call");
+    }
+}
+
+TEST_P(EventTest, EndsTheProcessWhenTheKernelRefusesToWake)
+{
+    LeaveAwaited(mEvent);
+    const FutexStub kernel(EPERM);
+
+    EXPECT_DEATH(mEvent.Set(), "the kernel refuses the futex call");
+}
+
+TEST_P(EventTest, WakesNobodyInMemoryThatWasGivenBack)
+{
+    for (const int error : {EFAULT, EINVAL})
+    {
+        mEvent.Reset();
+        LeaveAwaited(mEvent);
+        const FutexStub kernel(error);
+
+        EXPECT_EQ(mEvent.Set().GetCode(), KoResult::OK);
+        EXPECT_EQ(kernel.mCalls.size(), 1U);
+    }
 }
 
 TEST_P(EventTest, WakesAThreadThatWaits)

@@ -1,15 +1,34 @@
 #include <KuUtilsLib/Mutex.h>
 
+#include "FutexStub.h"
+
 #include <KoResult.h>
 
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <cerrno>
 #include <chrono>
+#include <ctime>
 #include <thread>
 #include <vector>
 
+#include <linux/futex.h>
+
 using KuUtilsLib::Mutex;
+
+namespace
+{
+
+/// Time that the calling thread has computed for.
+std::chrono::nanoseconds GetThreadTime()
+{
+    timespec time = {};
+    ::clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+    return std::chrono::seconds(time.tv_sec) + std::chrono::nanoseconds(time.tv_nsec);
+}
+
+} // namespace
 
 TEST(MutexTest, NeverExistsAlready)
 {
@@ -65,6 +84,45 @@ TEST(MutexTest, MakesAnotherThreadWaitUntilItIsReleased)
     released = true;
     mutex.Release();
     other.join();
+}
+
+TEST(MutexTest, TakesNoTimeOfTheProcessorFromAThreadThatWaits)
+{
+    Mutex mutex(nullptr, nullptr);
+    mutex.Wait();
+    std::chrono::nanoseconds used{};
+    std::thread other(
+        [&]
+        {
+            const std::chrono::nanoseconds before = GetThreadTime();
+            mutex.Wait();
+            used = GetThreadTime() - before;
+            mutex.Release();
+        });
+
+    std::this_thread::sleep_for(std::chrono::milliseconds(200));
+    mutex.Release();
+    other.join();
+    EXPECT_LT(used, std::chrono::milliseconds(20));
+}
+
+TEST(MutexTest, AsksTheKernelForNothingUnlessTwoThreadsMeet)
+{
+    const FutexStub kernel(0);
+    Mutex mutex(nullptr, nullptr);
+    mutex.Wait();
+    mutex.Release();
+
+    EXPECT_TRUE(kernel.mCalls.empty());
+}
+
+TEST(MutexTest, EndsTheProcessWhenTheKernelRefusesToLetAThreadWait)
+{
+    Mutex mutex(nullptr, nullptr);
+    mutex.Wait();
+    const FutexStub kernel(EPERM);
+
+    EXPECT_DEATH(mutex.Wait(), "the kernel refuses the futex call");
 }
 
 TEST(MutexTest, LetsOneThreadInAtATime)

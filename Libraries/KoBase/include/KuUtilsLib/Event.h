@@ -11,7 +11,8 @@ namespace KuUtilsLib
 
 /// A flag that one thread sets and others wait for. Every operation may be called from any thread.
 ///
-/// Nothing enters the kernel but a wait that must sleep, and a Set() that has somebody to wake.
+/// Nothing enters the kernel but a wait that must sleep, and a Set() that has somebody to wake. A kernel that refuses
+/// its futex call, as a sandbox may tell it to, ends the process with a message.
 class KO_BASE_API Event
 {
 public:

@@ -11,7 +11,8 @@ namespace KuUtilsLib
 
 /// A lock between the threads of this process. Not recursive: a thread must not wait for a mutex that it owns.
 ///
-/// Nothing enters the kernel unless two threads meet.
+/// Nothing enters the kernel unless two threads meet. A kernel that refuses its futex call, as a sandbox may tell it
+/// to, ends the process with a message.
 class KO_BASE_API Mutex
 {
 public:
