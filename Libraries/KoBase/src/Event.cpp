@@ -4,8 +4,6 @@
 
 #include <KoResult.h>
 
-#include <climits>
-
 namespace KuUtilsLib
 {
 namespace
@@ -54,9 +52,9 @@ Result Event::Sleep(std::uint32_t aTimeoutMs)
     return Result(KoResult::OK);
 }
 
-void Event::Wake()
+void Event::Wake(int aCount)
 {
-    WakeSleepers(mState, mManualReset ? INT_MAX : 1);
+    WakeSleepers(mState, aCount);
 }
 
 } // namespace KuUtilsLib

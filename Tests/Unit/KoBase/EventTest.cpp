@@ -1,5 +1,6 @@
 #include <KuUtilsLib/Event.h>
 
+#include "EventPages.h"
 #include "FutexStub.h"
 #include "WaitUntil.h"
 
@@ -12,6 +13,7 @@
 #include <chrono>
 #include <climits>
 #include <ctime>
+#include <memory>
 #include <thread>
 #include <vector>
 
@@ -231,6 +233,30 @@ TEST_P(EventTest, WakesNobodyInMemoryThatWasGivenBack)
 
         EXPECT_EQ(mEvent.Set().GetCode(), KoResult::OK);
         EXPECT_EQ(kernel.mCalls.size(), 1U);
+    }
+}
+
+TEST_P(EventTest, ReadsNothingOfItselfOnceItsSignalCanBeSeen)
+{
+    EventPages pages(GetParam());
+    LeaveAwaited(pages.GetEvent());
+    pages.ForbidAllButTheSignal();
+    pages.GetEvent().Set();
+
+    EXPECT_FALSE(pages.WasReadAfterTheSignal());
+    EXPECT_EQ(Look(pages.GetEvent()), KoResult::OK);
+}
+
+TEST_P(EventTest, MayBeDestroyedByTheThreadThatItWakes)
+{
+    constexpr int ROUNDS = 500;
+    for (int round = 0; round < ROUNDS; ++round)
+    {
+        auto event = std::make_unique<Event>(GetParam());
+        std::thread setter([signal = event.get()] { signal->Set(); });
+        EXPECT_EQ(event->Wait_ms(LONG_TIME_MS).GetCode(), KoResult::OK);
+        event.reset();
+        setter.join();
     }
 }
 

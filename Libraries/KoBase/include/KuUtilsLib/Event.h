@@ -4,6 +4,7 @@
 #include <KuUtilsLib/Result.h>
 
 #include <atomic>
+#include <climits>
 #include <cstdint>
 
 namespace KuUtilsLib
@@ -24,16 +25,23 @@ public:
     Event& operator=(const Event&) = delete;
 
     /// Sets the event and wakes those who wait: all of them, or one when a wait resets the event. Always succeeds.
+    ///
+    /// A thread that was woken looks at the event again; a Reset() that comes before this look lets it sleep on, as if
+    /// the event had never been set. Where every waiter must notice, reset only after each of them has answered.
+    ///
+    /// The last waiter may destroy the event as soon as its wait has succeeded, even while Set() still runs.
     Result Set()
     {
+        // Nothing of the event is read any more once the signal can be seen: a waiter may have destroyed it.
+        const int count = mManualReset ? INT_MAX : 1;
         if (mState.exchange(SET, std::memory_order_release) == AWAITED)
         {
-            Wake();
+            Wake(count);
         }
         return Result(0);
     }
 
-    /// Takes the signal back. Always succeeds.
+    /// Takes the signal back; see Set() for those who were just woken. Always succeeds.
     Result Reset()
     {
         ReplaceSet(CLEAR);
@@ -67,7 +75,7 @@ private:
     }
 
     Result Sleep(std::uint32_t aTimeoutMs);
-    void Wake();
+    void Wake(int aCount);
 
     const bool mManualReset;
     std::atomic<std::uint32_t> mState{CLEAR};
