@@ -4,10 +4,13 @@
 #include <KoString.h>
 
 #include <cstdint>
+#include <iosfwd>
+#include <type_traits>
 
 /// Outcome of an operation: a numeric code, 0 for success, and on some failures a description for people.
 ///
-/// A value type. Success is IsOK(); the texts are for messages only.
+/// A value type. Success is IsOK(); the texts are for messages only. A result compares with a Code and with nothing
+/// else: by its conversion to a text, a comparison with 0 or with another result would hold for any two failures.
 class KO_BASE_API KoResult
 {
 public:
@@ -45,7 +48,39 @@ public:
     /// Name of the code for a success and NULL for a failure.
     operator const char*() const { return IsOK() ? GetCodeString() : nullptr; }
 
+    /// True when that is the code, whatever the description.
+    bool operator==(Code aCode) const { return mCode == aCode; }
+    bool operator!=(Code aCode) const { return mCode != aCode; }
+
+    template <typename Other>
+    bool operator==(const Other&) const = delete;
+    template <typename Other>
+    bool operator!=(const Other&) const = delete;
+
 private:
+    /// A bool for a KoResult itself, and nothing for a number that would become one.
+    template <typename Result>
+    using IfResult = std::enable_if_t<std::is_same_v<Result, KoResult>, bool>;
+
+    template <typename Result>
+    friend IfResult<Result> operator==(Code aCode, const Result& aResult)
+    {
+        return aResult == aCode;
+    }
+    template <typename Result>
+    friend IfResult<Result> operator!=(Code aCode, const Result& aResult)
+    {
+        return aResult != aCode;
+    }
+    template <typename Other, typename Result>
+    friend IfResult<Result> operator==(const Other&, const Result&) = delete;
+    template <typename Other, typename Result>
+    friend IfResult<Result> operator!=(const Other&, const Result&) = delete;
+
     std::uint32_t mCode;
     KoString mDescription;
 };
+
+/// Writes a result for people: the name of its code and, when there is one, the description, as in
+/// `NOT_FOUND: no such port`. A code without a name comes with its number, as in `UNKNOWN_ERROR 4711`.
+KO_BASE_API std::ostream& operator<<(std::ostream& aStream, const KoResult& aResult);

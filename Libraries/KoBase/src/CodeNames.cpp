@@ -2,6 +2,13 @@
 
 #include <KoResult.h>
 
+namespace
+{
+
+constexpr const char* NO_NAME = "UNKNOWN_ERROR";
+
+} // namespace
+
 const char* KoBase::GetCodeName(std::uint32_t aCode)
 {
     switch (aCode)
@@ -27,6 +34,21 @@ const char* KoBase::GetCodeName(std::uint32_t aCode)
     case KoResult::INVALID_PARAMETER:
         return "INVALID_PARAMETER";
     default:
-        return "UNKNOWN_ERROR";
+        return NO_NAME;
     }
+}
+
+std::ostream& KoBase::WriteCode(std::ostream& aStream, std::uint32_t aCode, const char* aDescription)
+{
+    const char* const name = GetCodeName(aCode);
+    aStream << name;
+    if (name == NO_NAME)
+    {
+        aStream << ' ' << aCode;
+    }
+    if (aDescription != nullptr && *aDescription != '\0')
+    {
+        aStream << ": " << aDescription;
+    }
+    return aStream;
 }

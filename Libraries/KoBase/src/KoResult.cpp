@@ -6,3 +6,8 @@ const char* KoResult::GetCodeString() const
 {
     return KoBase::GetCodeName(mCode);
 }
+
+std::ostream& operator<<(std::ostream& aStream, const KoResult& aResult)
+{
+    return KoBase::WriteCode(aStream, aResult.GetCode(), aResult.GetDescription().GetAscii());
+}

@@ -1,8 +1,12 @@
 #include <KoResult.h>
 
+#include "CanCompare.h"
 #include "CodeNames.h"
 
 #include <gtest/gtest.h>
+
+#include <sstream>
+#include <string>
 
 namespace
 {
@@ -10,6 +14,13 @@ namespace
 KoResult RunOutOfTime()
 {
     return KoResult::TIMEOUT;
+}
+
+std::string Write(const KoResult& aResult)
+{
+    std::ostringstream stream;
+    stream << aResult << '.';
+    return stream.str();
 }
 
 } // namespace
@@ -90,4 +101,57 @@ TEST(KoResultTest, KeepsACopyWhenTheOriginalIsAssignedAnother)
     EXPECT_STREQ(copy.GetDescription().GetAscii(), "no such port");
     EXPECT_TRUE(original.IsOK());
     EXPECT_EQ(original.GetDescription().GetLength(), 0U);
+}
+
+TEST(KoResultTest, ComparesWithACodeOnEitherSide)
+{
+    const KoResult late(KoResult::TIMEOUT, "too late");
+
+    EXPECT_TRUE(late == KoResult::TIMEOUT);
+    EXPECT_TRUE(KoResult::TIMEOUT == late);
+    EXPECT_FALSE(late != KoResult::TIMEOUT);
+    EXPECT_FALSE(KoResult::TIMEOUT != late);
+    EXPECT_FALSE(late == KoResult::OK);
+    EXPECT_FALSE(KoResult::OK == late);
+    EXPECT_TRUE(late != KoResult::OK);
+    EXPECT_TRUE(KoResult::OK != late);
+    EXPECT_TRUE(KoResult(KoResult::OK) == KoResult::OK);
+}
+
+TEST(KoResultTest, ComparesWithNothingElse)
+{
+    EXPECT_FALSE(CAN_COMPARE_WITH_ZERO<KoResult>);
+    EXPECT_FALSE((CanCompare<KoResult, int>()));
+    EXPECT_FALSE((CanCompare<KoResult, std::uint32_t>()));
+    EXPECT_FALSE((CanCompare<KoResult, bool>()));
+    EXPECT_FALSE((CanCompare<KoResult, std::nullptr_t>()));
+    EXPECT_FALSE((CanCompare<KoResult, const char*>()));
+    EXPECT_FALSE((CanCompare<KoResult, KoResult>()));
+    EXPECT_TRUE((CanCompare<KoResult, KoResult::Code>()));
+}
+
+TEST(KoResultTest, LeavesTheComparisonOfPlainCodesAlone)
+{
+    const std::uint32_t code = RunOutOfTime().GetCode();
+
+    EXPECT_TRUE(code == KoResult::TIMEOUT);
+    EXPECT_TRUE(KoResult::OK != code);
+    EXPECT_TRUE(KoResult::OK == 0);
+}
+
+TEST(KoResultTest, WritesTheNameOfItsCode)
+{
+    EXPECT_EQ(Write(KoResult(KoResult::OK)), "OK.");
+    EXPECT_EQ(Write(KoResult(KoResult::TIMEOUT)), "TIMEOUT.");
+}
+
+TEST(KoResultTest, WritesItsDescriptionBehindTheName)
+{
+    EXPECT_EQ(Write(KoResult(KoResult::TIMEOUT, "too late")), "TIMEOUT: too late.");
+}
+
+TEST(KoResultTest, WritesTheNumberOfAnUnknownCode)
+{
+    EXPECT_EQ(Write(KoResult(4711U)), "UNKNOWN_ERROR 4711.");
+    EXPECT_EQ(Write(KoResult(4711U, "odd")), "UNKNOWN_ERROR 4711: odd.");
 }

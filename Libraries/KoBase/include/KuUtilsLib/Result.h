@@ -1,8 +1,10 @@
 #pragma once
 
 #include <KoBaseExport.h>
+#include <KoResult.h>
 
 #include <cstdint>
+#include <iosfwd>
 #include <string>
 
 namespace KuUtilsLib
@@ -31,9 +33,18 @@ public:
     /// The text, or NULL when there is none. Valid as long as this object.
     const char* GetDescription() const { return mDescription.empty() ? nullptr : mDescription.c_str(); }
 
+    /// True when that is the code, whatever the text.
+    friend bool operator==(const Result& aResult, KoResult::Code aCode) { return aResult.mCode == aCode; }
+    friend bool operator==(KoResult::Code aCode, const Result& aResult) { return aResult == aCode; }
+    friend bool operator!=(const Result& aResult, KoResult::Code aCode) { return !(aResult == aCode); }
+    friend bool operator!=(KoResult::Code aCode, const Result& aResult) { return !(aResult == aCode); }
+
 private:
     std::uint32_t mCode;
     std::string mDescription;
 };
+
+/// Writes a result for people, as a KoResult is written.
+KO_BASE_API std::ostream& operator<<(std::ostream& aStream, const Result& aResult);
 
 } // namespace KuUtilsLib
