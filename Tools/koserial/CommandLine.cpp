@@ -4,12 +4,9 @@
 #include "Failure.h"
 #include "Interruption.h"
 
-#include <KuUtilsLib/Logger.h>
-
 #include <CLI/CLI.hpp>
 
 #include <cerrno>
-#include <cstdlib>
 #include <iostream>
 
 namespace KoTool
@@ -32,15 +29,6 @@ constexpr const char* FOOTER =
     "The numbers of the commands for buses can be decimal, 0x... or 0b...\n"
     "Exit status: 0 success, 1 the device or a file failed, 2 wrong usage, 130 after Ctrl-C.\n"
     "The environment variable KO_LOG (error, warning, info, debug) shows the log of the library.\n";
-
-/// What goes wrong is told by the commands; the log of the library is for those who ask for it.
-void QuietenLog()
-{
-    if (std::getenv("KO_LOG") == nullptr) // NOLINT(concurrency-mt-unsafe): no other thread runs yet
-    {
-        KuUtilsLib::Logger::SetLevel(static_cast<KuUtilsLib::PriorityLevel>(0));
-    }
-}
 
 void AddI2cCommands(CLI::App& aApp, const std::string& aDeviceUri)
 {
@@ -107,7 +95,6 @@ int RunCommandLine(int aArgumentCount, const char* const* aArguments)
 {
     try
     {
-        QuietenLog();
         Interruption::CatchSignals();
         Parse(aArgumentCount, aArguments);
         if (!std::cout.flush())

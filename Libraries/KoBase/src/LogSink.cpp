@@ -1,5 +1,7 @@
 #include <KuUtilsLib/LogSink.h>
 
+#include "EscapedText.h"
+
 #include <KoResult.h>
 
 #include <array>
@@ -65,7 +67,7 @@ std::string FormatLogRecord(const LogRecord& aRecord)
     {
         line += std::string(KoResult(aRecord.mCode).GetCodeString()) + ": ";
     }
-    return line + aRecord.mMessage;
+    return KoBase::EscapeControls(line + aRecord.mMessage);
 }
 
 } // namespace KuUtilsLib

@@ -1,5 +1,7 @@
 #include <KuUtilsLib/Logger.h>
 
+#include "EscapedText.h"
+
 #include <KoResult.h>
 #include <KuUtilsLib/LogSink.h>
 
@@ -42,21 +44,27 @@ std::optional<std::int32_t> ParseLevel(const std::string& aText)
     return std::nullopt;
 }
 
-std::int32_t GetInitialLevel()
+/// What KO_LOG asks for; empty when it is not set.
+std::string GetLogVariable()
 {
     const char* text = std::getenv("KO_LOG"); // NOLINT(concurrency-mt-unsafe): while static objects are made
-    if (text == nullptr || *text == '\0')
-    {
-        return LOG_WARNING;
-    }
+    return text == nullptr ? "" : text;
+}
+
+std::int32_t GetInitialLevel()
+{
+    const std::string text = GetLogVariable();
     const std::optional<std::int32_t> level = ParseLevel(text);
-    if (!level)
+    if (!level && !text.empty())
     {
         std::fprintf(stderr, "KO_LOG=%s is not a log level: use error, warning, info, debug, or a number from 0 to 7\n",
-                     text);
+                     KoBase::EscapeControls(text).c_str());
     }
     return level.value_or(LOG_WARNING);
 }
+
+/// True when standard error gets the entries that no sink takes.
+const bool sIsLogAskedFor = !GetLogVariable().empty();
 
 /// Guards sSink and makes entries whole; both outlive every static object that still logs while the process ends.
 std::mutex& GetSinkMutex()
@@ -160,9 +168,11 @@ void Logger::Record(PriorityLevel aLevel, std::uint32_t aCode, const char* aFile
     if (sSink != nullptr)
     {
         sSink->Write(record);
-        return;
     }
-    std::fprintf(stderr, "%s\n", FormatLogRecord(record).c_str());
+    else if (sIsLogAskedFor)
+    {
+        std::fprintf(stderr, "%s\n", FormatLogRecord(record).c_str());
+    }
 }
 
 } // namespace KuUtilsLib

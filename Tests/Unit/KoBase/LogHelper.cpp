@@ -1,7 +1,9 @@
 // Logs to standard error in one of several ways, for the tests to look at from outside.
 
+#include <KuUtilsLib/LogSink.h>
 #include <KuUtilsLib/Logger.h>
 
+#include <cstdio>
 #include <cstring>
 #include <string>
 #include <thread>
@@ -44,6 +46,22 @@ void LogFromThreads(int aThreads, int aEntries)
     }
 }
 
+/// Marks what goes through it.
+class MarkingSink : public KuUtilsLib::ILogSink
+{
+public:
+    void Write(const KuUtilsLib::LogRecord& aRecord) override { std::fprintf(stderr, "sink: %s\n", aRecord.mMessage); }
+};
+
+void LogWithAndWithoutASink()
+{
+    MarkingSink sink;
+    Logger::SetSink(&sink);
+    LogEveryLevel();
+    Logger::SetSink(nullptr);
+    LogEveryLevel();
+}
+
 /// Logs while the static objects of the process are destroyed.
 struct LogsAtTheEnd
 {
@@ -68,6 +86,15 @@ int main(int aCount, char** aArguments)
     if (std::strcmp(mode, "levels") == 0)
     {
         LogEveryLevel();
+    }
+    else if (std::strcmp(mode, "sink") == 0)
+    {
+        LogWithAndWithoutASink();
+    }
+    else if (std::strcmp(mode, "control") == 0)
+    {
+        Logger logger("Helper", nullptr);
+        logger.Log(KuUtilsLib::LOG_ERROR, __FILE__, __LINE__, __func__, "%s", "\x1b[2Jtwo\nlines");
     }
     else if (std::strcmp(mode, "threads") == 0)
     {

@@ -4,6 +4,9 @@
 
 #include <gtest/gtest.h>
 
+#include <string>
+#include <utility>
+
 using namespace KuUtilsLib;
 
 namespace
@@ -14,6 +17,15 @@ LogRecord MakeRecord()
     // 2026-11-20 19:02:11.123 UTC
     const std::chrono::system_clock::time_point time{std::chrono::milliseconds(1795201331123)};
     return {time, LOG_WARNING, KoResult::OK, "KoSerialLib", nullptr, 4711, "SerialPort.cpp", 42, "Close", "text"};
+}
+
+/// How a message shows in the line.
+std::string FormatMessage(const std::string& aMessage)
+{
+    LogRecord record = MakeRecord();
+    record.mMessage = aMessage.c_str();
+    const std::string line = FormatLogRecord(record);
+    return line.substr(line.find("Close: ") + 7);
 }
 
 } // namespace
@@ -73,4 +85,35 @@ TEST(LogSinkTest, FillsMillisecondsUpWithZeros)
 
     EXPECT_EQ(FormatLogRecord(record),
               "1970-01-01T00:00:00.007Z warning KoSerialLib [4711] SerialPort.cpp:42 Close: text");
+}
+
+TEST(LogSinkTest, EscapesEveryControlCharacter)
+{
+    EXPECT_EQ(FormatMessage("\x1b[31mred\r\n"), "\\x1b[31mred\\x0d\\x0a");
+    EXPECT_EQ(FormatMessage("\x01\x1f\x7f"), "\\x01\\x1f\\x7f");
+}
+
+TEST(LogSinkTest, LeavesPrintableTextAlone)
+{
+    EXPECT_EQ(FormatMessage(" !0Az~\\"), " !0Az~\\");
+    EXPECT_EQ(FormatMessage("caf\u00e9 \u00c0\u00df \u00a0 \u20ac \u76f8\u673a \U0001f4f7"),
+              "caf\u00e9 \u00c0\u00df \u00a0 \u20ac \u76f8\u673a \U0001f4f7");
+}
+
+TEST(LogSinkTest, EscapesTheControlCharactersAboveAscii)
+{
+    EXPECT_EQ(FormatMessage("a\xc2\x80z"), "a\xc2\\x80z");
+    EXPECT_EQ(FormatMessage("a\xc2\x9fz"), "a\xc2\\x9fz");
+    EXPECT_EQ(FormatMessage("a\x9bz"), "a\\x9bz");
+    EXPECT_EQ(FormatMessage("\x7f\x80"), "\\x7f\\x80");
+}
+
+TEST(LogSinkTest, EscapesTheNamesInAnEntryToo)
+{
+    LogRecord record = MakeRecord();
+    record.mInstance = "le\x1b"
+                       "ft";
+
+    EXPECT_EQ(FormatLogRecord(record), "2026-11-20T19:02:11.123Z warning KoSerialLib/le\\x1b"
+                                       "ft [4711] SerialPort.cpp:42 Close: text");
 }

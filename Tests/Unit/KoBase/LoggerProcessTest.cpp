@@ -76,14 +76,43 @@ Lines FirstEntries(std::size_t aCount)
 
 } // namespace
 
-TEST(LoggerProcessTest, WritesFromWarningUpToStandardErrorByDefault)
+TEST(LoggerProcessTest, IsSilentUnlessTheVariableIsSet)
 {
-    EXPECT_EQ(GetMessages(RunHelper("-u KO_LOG", "levels")), FirstEntries(3));
+    EXPECT_EQ(RunHelper("-u KO_LOG", "levels"), Lines{});
 }
 
 TEST(LoggerProcessTest, TakesAnEmptyVariableForNone)
 {
-    EXPECT_EQ(GetMessages(RunWithLevel("")), FirstEntries(3));
+    EXPECT_EQ(RunWithLevel(""), Lines{});
+}
+
+TEST(LoggerProcessTest, GivesASinkWarningsAndWorseByDefaultAndIsSilentAgainWithoutIt)
+{
+    EXPECT_EQ(RunHelper("-u KO_LOG", "sink"),
+              (Lines{"sink: a critical entry", "sink: an error entry", "sink: a warning entry"}));
+}
+
+TEST(LoggerProcessTest, WritesToStandardErrorAgainWhenTheSinkIsTakenAwayAndTheVariableIsSet)
+{
+    const Lines lines = RunHelper("KO_LOG=error", "sink");
+
+    ASSERT_EQ(lines.size(), 4U);
+    EXPECT_EQ(Lines(lines.begin(), lines.begin() + 2), (Lines{"sink: a critical entry", "sink: an error entry"}));
+    EXPECT_EQ(GetMessages(Lines(lines.begin() + 2, lines.end())), FirstEntries(2));
+    EXPECT_NE(lines[2].find("LogHelper.cpp"), std::string::npos) << lines[2];
+}
+
+TEST(LoggerProcessTest, SendsNoControlCharacterToATerminal)
+{
+    EXPECT_EQ(GetMessages(RunHelper("KO_LOG=error", "control")), Lines{"\\x1b[2Jtwo\\x0alines"});
+}
+
+TEST(LoggerProcessTest, SendsNoControlCharacterOfTheVariableToATerminal)
+{
+    const Lines lines = RunHelper("\"KO_LOG=$(printf 'a\\033[2Jb')\"", "end");
+
+    ASSERT_EQ(lines.size(), 2U);
+    EXPECT_EQ(lines[0].substr(0, lines[0].find(" is not")), "KO_LOG=a\\x1b[2Jb");
 }
 
 TEST(LoggerProcessTest, TakesALevelByName)
@@ -104,7 +133,7 @@ TEST(LoggerProcessTest, TakesALevelByNumber)
     }
 }
 
-TEST(LoggerProcessTest, SaysWhatALevelMayBeAndGoesOnWithTheDefault)
+TEST(LoggerProcessTest, SaysWhatALevelMayBeAndGoesOnWithWarnings)
 {
     for (const std::string level : {"loud", "8", "-1", "33", "Debug", "4 "})
     {
@@ -131,7 +160,7 @@ TEST(LoggerProcessTest, TellsTimeLevelCategoryThreadPlaceAndFunctionInEveryLine)
 
 TEST(LoggerProcessTest, KeepsTheLinesOfSeveralThreadsWhole)
 {
-    const Lines messages = GetMessages(RunHelper("-u KO_LOG", "threads"));
+    const Lines messages = GetMessages(RunHelper("KO_LOG=error", "threads"));
 
     ASSERT_EQ(messages.size(), 1000U);
     for (const char letter : {'a', 'b', 'c', 'd'})
@@ -142,5 +171,5 @@ TEST(LoggerProcessTest, KeepsTheLinesOfSeveralThreadsWhole)
 
 TEST(LoggerProcessTest, StillWritesWhileStaticObjectsAreDestroyed)
 {
-    EXPECT_EQ(GetMessages(RunHelper("-u KO_LOG", "end")), Lines{"good bye"});
+    EXPECT_EQ(GetMessages(RunHelper("KO_LOG=error", "end")), Lines{"good bye"});
 }

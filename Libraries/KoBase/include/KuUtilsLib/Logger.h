@@ -26,8 +26,9 @@ enum PriorityLevel : std::int32_t
 ///
 /// Entries up to the process-wide level are recorded, the others cost one relaxed load. The level is LOG_WARNING unless
 /// the environment variable KO_LOG names another when the library is loaded (error, warning, info, debug, or a number
-/// from 0 to 7) or SetLevel() changes it. Entries go to standard error unless SetSink() has put a sink in place. Every
-/// operation may be called from any thread.
+/// from 0 to 7) or SetLevel() changes it. Entries go to the sink that SetSink() has put in place; without one they go
+/// to standard error when KO_LOG was set then, and nowhere when it was not or was empty. Every operation may be called
+/// from any thread.
 class KO_BASE_API Logger
 {
 public:
@@ -57,8 +58,8 @@ public:
     /// Changes the process-wide level.
     static void SetLevel(PriorityLevel aLevel);
 
-    /// Sends entries to aSink, or to standard error again when it is NULL. The sink is not owned; after the return no
-    /// call to the sink before it runs or will come.
+    /// Sends entries to aSink, or to where they went without one when it is NULL. The sink is not owned; after the
+    /// return no call to the sink before it runs or will come.
     static void SetSink(ILogSink* aSink);
 
 private:
