@@ -25,7 +25,8 @@ public:
     /// The first text, or NULL when the list is empty. The list keeps ownership.
     KoString* GetFirst();
 
-    /// The text after the one handed out last, or NULL at the end. The list keeps ownership.
+    /// The text after the one handed out last, the first one when none was, or NULL at the end. The list keeps
+    /// ownership.
     KoString* GetNext();
 
 private:

@@ -82,6 +82,35 @@ TEST(KoStringListTest, IsEmptyAfterClearAndTakesTextsAgain)
     EXPECT_EQ(Walk(list), std::vector<std::string>{"Uart1"});
 }
 
+TEST(KoStringListTest, StartsWithTheFirstTextAfterConstructionAndAfterClear)
+{
+    KoStringList list;
+    list.Add("Uart0");
+    list.Add("Uart1");
+
+    ASSERT_NE(list.GetNext(), nullptr);
+    EXPECT_STREQ(list.GetNext()->GetAscii(), "Uart1");
+    list.Clear();
+    list.Add("Bulk0");
+    KoString* const first = list.GetNext();
+    ASSERT_NE(first, nullptr);
+    EXPECT_STREQ(first->GetAscii(), "Bulk0");
+    EXPECT_EQ(list.GetNext(), nullptr);
+}
+
+TEST(KoStringListTest, TakesACopyOfEachTextAndGivesItsOwn)
+{
+    KoString text("Uart0");
+    KoStringList list;
+    list.Add(text);
+    text = KoString("Uart1");
+    KoString* const own = list.GetFirst();
+
+    ASSERT_NE(own, nullptr);
+    EXPECT_STREQ(own->GetAscii(), "Uart0");
+    EXPECT_EQ(list.GetFirst(), own);
+}
+
 TEST(KoStringListTest, LetsItsTextsBeChangedInPlace)
 {
     KoStringList list;
