@@ -70,6 +70,19 @@ TEST(UartSharingTest, LeavesTheHolderUndisturbedWhenAnotherIsRefused)
     EXPECT_TRUE(first.Close().IsOK());
 }
 
+TEST(UartSharingTest, LetsTwoObjectsHoldTheSamePortOfTwoDevicesThatNobodyHasNamed)
+{
+    SimulatedDevice left;
+    SimulatedDevice right;
+    KoDeviceSerialPort first;
+    KoDeviceSerialPort second;
+
+    EXPECT_TRUE(first.Open(&left, KoDeviceSerialUart0).IsOK());
+    EXPECT_TRUE(second.Open(&right, KoDeviceSerialUart0).IsOK());
+    EXPECT_TRUE(first.Close().IsOK());
+    EXPECT_TRUE(second.Close().IsOK());
+}
+
 TEST(UartSharingTest, LetsTwoObjectsHoldTheSamePortOfTwoDevices)
 {
     SimulatedDevice left(WithId("left"));

@@ -195,6 +195,7 @@ DeviceUri ParseDeviceUri(const std::string& aText)
     const std::vector<std::string> parts = SplitAtCommas(aText);
     DeviceUri uri;
     uri.mProfile = ParseProfile(parts.front());
+    uri.mProfile.mId = "sim";
     uri.mProfile.mTiming = KoSim::LineTiming::Real;
     std::set<std::string> seenKeys;
     for (auto part = parts.begin() + 1; part != parts.end(); ++part)

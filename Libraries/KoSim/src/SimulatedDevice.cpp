@@ -2,10 +2,26 @@
 
 #include "DeviceRunner.h"
 
+#include <atomic>
+
 namespace KoSim
 {
 namespace
 {
+
+/// Devices that have been named so far.
+std::atomic<std::uint64_t> sNamedDevices{0};
+
+DeviceProfile WithIdentity(DeviceProfile aProfile)
+{
+    if (aProfile.mId.empty())
+    {
+        // Never the text of a device that is gone: a port may still be held in its name.
+        const std::uint64_t number = ++sNamedDevices;
+        aProfile.mId = number == 1 ? "sim" : "sim-" + std::to_string(number);
+    }
+    return aProfile;
+}
 
 std::string TextOf(const KoString& aText)
 {
@@ -46,7 +62,7 @@ KoResult SimulatedDevice::WithBlock(const KoString& aName, Access aAccess)
 }
 
 SimulatedDevice::SimulatedDevice(const DeviceProfile& aProfile)
-    : mProfile(aProfile),
+    : mProfile(WithIdentity(aProfile)),
       mRunner(std::make_unique<DeviceRunner>(aProfile))
 {
 }

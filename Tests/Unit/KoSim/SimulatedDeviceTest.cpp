@@ -7,7 +7,9 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <set>
 #include <stdexcept>
+#include <string>
 
 using namespace KoSim;
 
@@ -16,6 +18,13 @@ namespace
 
 /// The fields of the capabilities that are about UARTs.
 constexpr std::uint32_t CAPS_UARTS = 0x80000007;
+
+std::string GetId(SimulatedDevice& aDevice)
+{
+    KoString id;
+    EXPECT_TRUE(aDevice.GetDeviceId(id).IsOK());
+    return id.GetAscii();
+}
 
 std::uint32_t Read(SimulatedDevice& aDevice, std::uint32_t aAddress)
 {
@@ -35,15 +44,26 @@ void ExpectNoSuchFeature(const KoResult& aResult)
 TEST(SimulatedDeviceTest, IsConnectedAfterConstruction)
 {
     SimulatedDevice device;
-    KoString id;
 
     EXPECT_TRUE(device.IsConnected());
     EXPECT_TRUE(device.IsTavricVideoInterface());
     EXPECT_TRUE(device.IsGigEVision());
-    EXPECT_TRUE(device.GetDeviceId(id).IsOK());
-    EXPECT_STREQ(id.GetAscii(), "sim");
     EXPECT_EQ(device.GetEventSinkCount(), 0U);
     EXPECT_EQ(device.GetUnknownAccessCount(), 0U);
+}
+
+TEST(SimulatedDeviceTest, HasAnIdentityThatNoOtherOneHasHad)
+{
+    std::set<std::string> ids;
+    SimulatedDevice first;
+    ids.insert(GetId(first));
+    for (int i = 0; i < 3; ++i)
+    {
+        SimulatedDevice other;
+        EXPECT_TRUE(ids.insert(GetId(other)).second) << GetId(other);
+        EXPECT_EQ(GetId(other).rfind("sim-", 0), 0U) << GetId(other);
+        EXPECT_EQ(other.GetProfile().mId, GetId(other));
+    }
 }
 
 TEST(SimulatedDeviceTest, IsWhatItsProfileSays)
@@ -54,10 +74,8 @@ TEST(SimulatedDeviceTest, IsWhatItsProfileSays)
     profile.mGigEVision = false;
     profile.mUartCount = 1;
     SimulatedDevice device(profile);
-    KoString id;
 
-    EXPECT_TRUE(device.GetDeviceId(id).IsOK());
-    EXPECT_STREQ(id.GetAscii(), "left lens");
+    EXPECT_EQ(GetId(device), "left lens");
     EXPECT_FALSE(device.IsTavricVideoInterface());
     EXPECT_FALSE(device.IsGigEVision());
     EXPECT_EQ(Read(device, REG_FUNCTION_CAPS) & CAPS_UARTS, 0x80000001);

@@ -39,7 +39,11 @@ struct KO_SIM_API DeviceProfile
     /// A full device whose downstream registers hold frames of 30 bytes only, which is not a multiple of 4.
     static DeviceProfile TinyDownstreamRegister();
 
-    std::string mId = "sim";           ///< identity text
+    /// Identity text. Without one a device gets a text that no other device of the process has had: "sim" is the first
+    /// one, then come "sim-2", "sim-3" and so on. Two devices with the same text are one device to whoever asks for it:
+    /// a port that is open on the one is in use on the other.
+    std::string mId{};
+
     bool mTavricVideoInterface = true; ///< sits on one of the maker's video interfaces
     bool mGigEVision = true;           ///< is a GigE Vision device
     LineTiming mTiming = LineTiming::Instant;

@@ -26,6 +26,8 @@ class DeviceRunner;
 /// there, one call at a time and in order. Every operation may be called from any thread, also from inside a sink or a
 /// far end. A sink that unregisters itself from inside its own call is not called again after that call.
 ///
+/// Each device has an identity text of its own unless profiles give two of them the same (DeviceProfile::mId).
+///
 /// Besides the adapter interface there is the back end, which tests and tools use to make the outside world happen.
 class KO_SIM_API SimulatedDevice : public IKoDeviceAdapter
 {
@@ -95,7 +97,7 @@ public:
     /// Number of sinks that are registered.
     std::size_t GetEventSinkCount() const;
 
-    /// The profile that the device was made from.
+    /// The profile that the device was made from, with the identity text that it got.
     const DeviceProfile& GetProfile() const;
 
     /// @}
