@@ -1,6 +1,7 @@
 #include "FeatureTree.h"
 
 #include <algorithm>
+#include <limits>
 #include <utility>
 
 namespace KoSim
@@ -9,8 +10,18 @@ namespace
 {
 
 const std::string NO_SELECTOR;
+const std::string NO_ENTRY;
+
+constexpr std::int64_t WORD_SIZE = 4;
 
 } // namespace
+
+std::int64_t Block::GetPaddedLength() const
+{
+    const std::int64_t beyondLastWord = mLength % WORD_SIZE;
+    const std::int64_t padding = beyondLastWord > 0 ? WORD_SIZE - beyondLastWord : 0;
+    return mLength > std::numeric_limits<std::int64_t>::max() - padding ? mLength : mLength + padding;
+}
 
 const Enumeration* FeatureTree::FindEnumeration(const std::string& aName) const
 {
@@ -33,22 +44,30 @@ bool FeatureTree::IsEntryAvailable(const std::string& aName, const std::string& 
 
 const std::string& FeatureTree::GetEnumValue(const std::string& aName) const
 {
-    return GetEnumValue(aName, GetSelected(mEnumerations.at(aName)));
+    const Enumeration* const enumeration = FindEnumeration(aName);
+    return enumeration == nullptr ? NO_ENTRY : GetEnumValue(aName, GetSelected(*enumeration));
 }
 
 const std::string& FeatureTree::GetEnumValue(const std::string& aName, const std::string& aSelected) const
 {
-    const Enumeration& enumeration = mEnumerations.at(aName);
-    const bool isSwitched = FindEnumeration(enumeration.mSelector) != nullptr;
-    const auto value = enumeration.mValues.find(isSwitched ? aSelected : NO_SELECTOR);
-    return value == enumeration.mValues.end() ? enumeration.mDefault : value->second;
+    const Enumeration* const enumeration = FindEnumeration(aName);
+    if (enumeration == nullptr)
+    {
+        return NO_ENTRY;
+    }
+    const bool isSwitched = FindEnumeration(enumeration->mSelector) != nullptr;
+    const auto value = enumeration->mValues.find(isSwitched ? aSelected : NO_SELECTOR);
+    return value == enumeration->mValues.end() ? enumeration->mDefault : value->second;
 }
 
 void FeatureTree::SetEnumValue(const std::string& aName, const std::string& aEntry)
 {
-    Enumeration& enumeration = mEnumerations.at(aName);
-    const std::string selected = GetSelected(enumeration);
-    enumeration.mValues[selected] = aEntry;
+    Enumeration* const enumeration = FindEnumeration(aName);
+    if (enumeration == nullptr)
+    {
+        return;
+    }
+    enumeration->mValues[GetSelected(*enumeration)] = aEntry;
     Invalidate(aName);
     for (const auto& [name, other] : mEnumerations)
     {

@@ -26,6 +26,9 @@ struct Enumeration
 struct Block
 {
     std::int64_t mLength = 0;
+
+    /// The length of the register behind the feature, which has whole words.
+    std::int64_t GetPaddedLength() const;
 };
 
 /// The GenICam features of a device, by name, and which of them are watched.
@@ -45,12 +48,13 @@ public:
     /// True when the enumeration exists and the entry can be chosen now.
     bool IsEntryAvailable(const std::string& aName, const std::string& aEntry) const;
 
-    /// The current entry of an enumeration that exists; of one that is switched by a selector, for the selected case or
-    /// for aSelected.
+    /// The current entry of an enumeration, empty when there is no such enumeration; of one that is switched by a
+    /// selector, for the selected case or for aSelected.
     const std::string& GetEnumValue(const std::string& aName) const;
     const std::string& GetEnumValue(const std::string& aName, const std::string& aSelected) const;
 
-    /// Chooses an entry of an enumeration that exists, and invalidates what depends on it.
+    /// Chooses an entry of an enumeration, and invalidates what depends on it; does nothing when there is no such
+    /// enumeration.
     void SetEnumValue(const std::string& aName, const std::string& aEntry);
 
     /// True when there is a feature of that name.

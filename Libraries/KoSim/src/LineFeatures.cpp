@@ -104,8 +104,7 @@ void LineFeatures::AddEnumeration(Port aPort, const char* aSuffix, const std::ve
 /// What an enumeration shows for a port; empty when it is not there.
 std::string LineFeatures::GetValue(Port aPort, const char* aSuffix) const
 {
-    const std::string name = GetPrefix(aPort) + aSuffix;
-    return mTree.Has(name) ? mTree.GetEnumValue(name, GetPortName(aPort)) : "";
+    return mTree.GetEnumValue(GetPrefix(aPort) + aSuffix, GetPortName(aPort));
 }
 
 } // namespace KoSim

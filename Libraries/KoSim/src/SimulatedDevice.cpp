@@ -306,8 +306,8 @@ KoResult SimulatedDevice::SetGenRegisterData(const KoString& aName, const std::u
     return WithBlock(aName,
                      [&](DeviceModel& aModel, Time aNow, const Block& aBlock)
                      {
-                         // A frame is padded to whole words, and so is the register behind the feature.
-                         if (aLength < 0 || aLength > (aBlock.mLength + 3) / 4 * 4)
+                         // A frame is padded to whole words.
+                         if (aLength < 0 || aLength > aBlock.GetPaddedLength())
                          {
                              return KoResult(KoResult::INVALID_PARAMETER, "The register is shorter than that.");
                          }

@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
+#include <limits>
+
 using namespace KoSim;
 
 namespace
@@ -90,4 +93,29 @@ TEST_F(FeatureTreeTest, StopsReportingWhenEveryWatchHasEnded)
 TEST_F(FeatureTreeTest, DoesNotWatchWhatDoesNotExist)
 {
     EXPECT_FALSE(mTree.Watch("Width"));
+}
+
+TEST_F(FeatureTreeTest, HasNothingToTellOfWhatDoesNotExist)
+{
+    EXPECT_EQ(mTree.GetEnumValue("Width"), "");
+    EXPECT_EQ(mTree.GetEnumValue("Width", "B"), "");
+    EXPECT_EQ(mTree.GetBlockLength("Width"), 0);
+}
+
+TEST_F(FeatureTreeTest, ChangesNothingThatDoesNotExist)
+{
+    mTree.SetEnumValue("Width", "Full");
+    mTree.SetInteger("Width", 1);
+
+    EXPECT_FALSE(mTree.Has("Width"));
+}
+
+TEST(Block, HasWholeWordsBehindIt)
+{
+    EXPECT_EQ(Block{0}.GetPaddedLength(), 0);
+    EXPECT_EQ(Block{30}.GetPaddedLength(), 32);
+    EXPECT_EQ(Block{32}.GetPaddedLength(), 32);
+    EXPECT_EQ(Block{-5}.GetPaddedLength(), -5);
+    EXPECT_EQ(Block{std::numeric_limits<std::int64_t>::max()}.GetPaddedLength(),
+              std::numeric_limits<std::int64_t>::max());
 }
