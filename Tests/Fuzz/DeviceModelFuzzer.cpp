@@ -59,7 +59,7 @@ void Access(DeviceModel& aModel, FuzzedDataProvider& aInput, Time aNow)
     switch (aInput.ConsumeIntegralInRange(0, 6))
     {
     case 0:
-        aModel.ReadRegister(aInput.PickValueInArray(ADDRESSES));
+        aModel.ReadRegister(aInput.PickValueInArray(ADDRESSES), aNow);
         break;
     case 1:
         aModel.WriteRegister(aInput.PickValueInArray(ADDRESSES), aInput.ConsumeIntegral<std::uint32_t>(), aNow);

@@ -34,7 +34,7 @@ public:
     }
     KoResult ReadRegister(std::uint32_t aAddress, std::uint32_t* aValue) override
     {
-        *aValue = mModel.ReadRegister(aAddress);
+        *aValue = mModel.ReadRegister(aAddress, NOW);
         return Ok();
     }
     KoResult BulkTransmit(const std::uint8_t* aData, std::uint32_t aCommand, std::uint32_t aLength) override

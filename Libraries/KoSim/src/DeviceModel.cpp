@@ -82,8 +82,9 @@ DeviceModel::DeviceModel(const DeviceProfile& aProfile)
     AddFeatures(aProfile);
 }
 
-std::uint32_t DeviceModel::ReadRegister(std::uint32_t aAddress)
+std::uint32_t DeviceModel::ReadRegister(std::uint32_t aAddress, Time aNow)
 {
+    Advance(aNow);
     if (UartModel* const uart = FindUart(aAddress))
     {
         return uart->ReadData();
@@ -107,6 +108,7 @@ std::uint32_t DeviceModel::ReadRegister(std::uint32_t aAddress)
 
 void DeviceModel::WriteRegister(std::uint32_t aAddress, std::uint32_t aValue, Time aNow)
 {
+    Advance(aNow);
     if (UartModel* const uart = FindUart(aAddress))
     {
         uart->WriteData(aValue, aNow);

@@ -25,7 +25,7 @@ namespace KoSim
 
 /// The device itself: registers, lines and the events that they cause. It has no thread and no clock, and it does not
 /// know who its host is or how the host reaches it: whoever drives it passes on accesses and bytes, says what time it
-/// is and carries its outputs away.
+/// is and carries its outputs away. Before an access that carries the time, everything happens that is due.
 class DeviceModel
 {
 public:
@@ -36,7 +36,7 @@ public:
     DeviceModel& operator=(const DeviceModel&) = delete;
 
     /// Reads a register; an address that the device does not have reads 0 and is counted.
-    std::uint32_t ReadRegister(std::uint32_t aAddress);
+    std::uint32_t ReadRegister(std::uint32_t aAddress, Time aNow);
 
     /// Writes a register; an address that the device does not have is counted.
     void WriteRegister(std::uint32_t aAddress, std::uint32_t aValue, Time aNow);

@@ -352,9 +352,9 @@ KoResult SimulatedDevice::WriteRegister(std::uint32_t aAddress, std::uint32_t aV
 KoResult SimulatedDevice::ReadRegister(std::uint32_t aAddress, std::uint32_t* aValue)
 {
     return mRunner->WithConnectedModel(
-        [&](DeviceModel& aModel, Time)
+        [&](DeviceModel& aModel, Time aNow)
         {
-            *aValue = aModel.ReadRegister(aAddress);
+            *aValue = aModel.ReadRegister(aAddress, aNow);
             return KoResult(KoResult::OK);
         });
 }

@@ -46,7 +46,7 @@ TEST(DeviceModelTest, TellsTheNumberOfItsUarts)
     {
         DeviceModel model(WithUarts(count));
 
-        EXPECT_EQ(model.ReadRegister(REG_FUNCTION_CAPS) & CAPS_UARTS, 0x80000000 | count);
+        EXPECT_EQ(model.ReadRegister(REG_FUNCTION_CAPS, 0ms) & CAPS_UARTS, 0x80000000 | count);
     }
 }
 
@@ -55,17 +55,17 @@ TEST(DeviceModelTest, KeepsItsCapabilitiesWhenTheyAreWritten)
     DeviceModel model(WithUarts(2));
     model.WriteRegister(REG_FUNCTION_CAPS, 0, 0ms);
 
-    EXPECT_EQ(model.ReadRegister(REG_FUNCTION_CAPS) & CAPS_UARTS, 0x80000002);
+    EXPECT_EQ(model.ReadRegister(REG_FUNCTION_CAPS, 0ms) & CAPS_UARTS, 0x80000002);
     EXPECT_EQ(model.GetUnknownAccessCount(), 0U);
 }
 
 TEST(DeviceModelTest, GivesTheInterruptEnableBitsBack)
 {
     DeviceModel model(WithUarts(2));
-    EXPECT_EQ(model.ReadRegister(REG_INTERRUPT_ENABLE), 0U);
+    EXPECT_EQ(model.ReadRegister(REG_INTERRUPT_ENABLE, 0ms), 0U);
     model.WriteRegister(REG_INTERRUPT_ENABLE, 0x1F05, 0ms);
 
-    EXPECT_EQ(model.ReadRegister(REG_INTERRUPT_ENABLE), 0x1F05U);
+    EXPECT_EQ(model.ReadRegister(REG_INTERRUPT_ENABLE, 0ms), 0x1F05U);
     EXPECT_EQ(model.GetUnknownAccessCount(), 0U);
 }
 
@@ -73,7 +73,7 @@ TEST(DeviceModelTest, ReadsZeroFromAnAddressThatItDoesNotHaveAndCountsIt)
 {
     DeviceModel model(WithUarts(2));
 
-    EXPECT_EQ(model.ReadRegister(UNKNOWN_ADDRESS), 0U);
+    EXPECT_EQ(model.ReadRegister(UNKNOWN_ADDRESS, 0ms), 0U);
     EXPECT_EQ(model.GetUnknownAccessCount(), 1U);
 }
 
@@ -83,7 +83,7 @@ TEST(DeviceModelTest, IgnoresWritesToAnAddressThatItDoesNotHaveAndCountsThem)
     model.WriteRegister(UNKNOWN_ADDRESS, 1, 0ms);
 
     EXPECT_EQ(model.GetUnknownAccessCount(), 1U);
-    EXPECT_EQ(model.ReadRegister(UNKNOWN_ADDRESS), 0U);
+    EXPECT_EQ(model.ReadRegister(UNKNOWN_ADDRESS, 0ms), 0U);
     EXPECT_EQ(model.GetUnknownAccessCount(), 2U);
 }
 
@@ -93,11 +93,11 @@ TEST(DeviceModelTest, DoesNotHaveTheDataRegisterOfAUartThatIsMissing)
     one.WriteRegister(REG_UART0_DATA, 'A', 0ms);
     EXPECT_EQ(one.GetUnknownAccessCount(), 0U);
     one.WriteRegister(REG_UART1_DATA, 'A', 0ms);
-    EXPECT_EQ(one.ReadRegister(REG_UART1_DATA), 0U);
+    EXPECT_EQ(one.ReadRegister(REG_UART1_DATA, 0ms), 0U);
     EXPECT_EQ(one.GetUnknownAccessCount(), 2U);
 
     DeviceModel none(WithUarts(0));
-    EXPECT_EQ(none.ReadRegister(REG_UART0_DATA), 0U);
+    EXPECT_EQ(none.ReadRegister(REG_UART0_DATA, 0ms), 0U);
     EXPECT_EQ(none.GetUnknownAccessCount(), 1U);
 }
 
@@ -137,8 +137,8 @@ TEST(DeviceModelTest, GivesEachUartTheSettingsOfItsLine)
     DeviceModel model(WithRealTiming());
     model.WriteRegister(REG_UART0_DATA, 'A', 0ms);
     model.WriteRegister(REG_UART1_DATA, 'B', 0ms);
-    EXPECT_EQ(model.ReadRegister(REG_UART0_DATA), UART_DATA_TX_BUSY);
-    EXPECT_EQ(model.ReadRegister(REG_UART1_DATA), UART_DATA_TX_BUSY);
+    EXPECT_EQ(model.ReadRegister(REG_UART0_DATA, 0ms), UART_DATA_TX_BUSY);
+    EXPECT_EQ(model.ReadRegister(REG_UART1_DATA, 0ms), UART_DATA_TX_BUSY);
     EXPECT_EQ(model.GetDeadline(), Time(10ms));
 
     model.Advance(10ms);
@@ -219,7 +219,7 @@ TEST(DeviceModelTest, CountsWhatHappenedOnEachLine)
 TEST(DeviceModelTest, WiresBulk0AsItsModeSays)
 {
     DeviceModel model{DeviceProfile()};
-    const auto getInterface = [&] { return GetBulkLine(model.ReadRegister(REG_BULK_0_CONFIG)).mInterface; };
+    const auto getInterface = [&] { return GetBulkLine(model.ReadRegister(REG_BULK_0_CONFIG, 0ms)).mInterface; };
     EXPECT_EQ(getInterface(), BulkInterface::Uart);
 
     model.SetEnumValue("BulkMode", "I2C");
@@ -342,10 +342,10 @@ TEST(DeviceModelTest, ShowsTheRateOfBulk0InItsRegister)
 {
     DeviceModel model{DeviceProfile()};
     model.SetEnumValue("BulkBaudRate", "Baud9600");
-    EXPECT_EQ(GetBulkLine(model.ReadRegister(REG_BULK_0_CONFIG)).mRateIndex, 0U);
+    EXPECT_EQ(GetBulkLine(model.ReadRegister(REG_BULK_0_CONFIG, 0ms)).mRateIndex, 0U);
     model.SetEnumValue("BulkSelector", "Bulk1");
     model.SetEnumValue("BulkBaudRate", "Baud230400");
-    EXPECT_EQ(GetBulkLine(model.ReadRegister(REG_BULK_0_CONFIG)).mRateIndex, 0U);
+    EXPECT_EQ(GetBulkLine(model.ReadRegister(REG_BULK_0_CONFIG, 0ms)).mRateIndex, 0U);
 }
 
 TEST(DeviceModelTest, GarblesBothDirectionsOfALineWhoseEndsDoNotAgree)
