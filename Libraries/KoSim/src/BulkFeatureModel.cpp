@@ -117,7 +117,7 @@ std::optional<Time> BulkFeatureModel::GetDeadline() const
     {
         deadline = mByteDone;
     }
-    if (mEventEnabled && mUpstream.empty() && !mIncoming.IsEmpty())
+    if (CanFillUpstream() && !mIncoming.IsEmpty())
     {
         deadline = std::min(deadline.value_or(mIncoming.GetNextArrival()), mIncoming.GetNextArrival());
     }
@@ -174,6 +174,11 @@ void BulkFeatureModel::SendDue(Time aNow)
     mOutgoing.erase(mOutgoing.begin(), end);
 }
 
+bool BulkFeatureModel::CanFillUpstream() const
+{
+    return mEventEnabled && mUpstream.empty() && mFeatures.GetBlockLength(mUpstreamName) > 0;
+}
+
 void BulkFeatureModel::FillUpstream(Time aNow)
 {
     if (!mEventEnabled)
@@ -181,12 +186,11 @@ void BulkFeatureModel::FillUpstream(Time aNow)
         mIncoming.Hold();
         return;
     }
-    const std::int64_t length = mFeatures.GetBlockLength(mUpstreamName);
-    if (!mUpstream.empty() || length < 1)
+    if (!CanFillUpstream())
     {
         return;
     }
-    mUpstream = mIncoming.Take(static_cast<std::size_t>(length), aNow);
+    mUpstream = mIncoming.Take(static_cast<std::size_t>(mFeatures.GetBlockLength(mUpstreamName)), aNow);
     if (!mUpstream.empty())
     {
         mFeatures.SetInteger(mUpstreamLengthName, static_cast<std::int64_t>(mUpstream.size()));

@@ -64,6 +64,7 @@ private:
     Time GetByteTimeTo(const Destination& aDestination) const;
     std::size_t GetFlowRoom() const;
     void SendDue(Time aNow);
+    bool CanFillUpstream() const;
     void FillUpstream(Time aNow);
 
     const bool mBigEndian;

@@ -55,6 +55,15 @@ public:
         return aQuery(mModel);
     }
 
+    /// Runs aChange(model), connected or not; what was waiting for it happens.
+    template <typename Change>
+    void ChangeModel(Change aChange)
+    {
+        const std::lock_guard<std::mutex> lock(mMutex);
+        aChange(mModel);
+        mWork.notify_one();
+    }
+
     bool IsConnected();
     void SetConnected(bool aConnected);
     void SetFrozen(bool aFrozen);

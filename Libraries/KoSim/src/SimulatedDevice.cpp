@@ -76,12 +76,12 @@ void SimulatedDevice::SetLineEnd(Port aPort, std::shared_ptr<ILineEnd> aLineEnd)
 
 void SimulatedDevice::SetI2cSlave(Port aPort, std::uint8_t aAddress, const std::shared_ptr<II2cSlave>& aSlave)
 {
-    mRunner->WithModel([&](DeviceModel& aModel) { aModel.SetI2cSlave(aPort, aAddress, aSlave); });
+    mRunner->ChangeModel([&](DeviceModel& aModel) { aModel.SetI2cSlave(aPort, aAddress, aSlave); });
 }
 
 void SimulatedDevice::SetSpiSlave(Port aPort, const std::shared_ptr<ISpiSlave>& aSlave)
 {
-    mRunner->WithModel([&](DeviceModel& aModel) { aModel.SetSpiSlave(aPort, aSlave); });
+    mRunner->ChangeModel([&](DeviceModel& aModel) { aModel.SetSpiSlave(aPort, aSlave); });
 }
 
 void SimulatedDevice::Connect()
@@ -111,7 +111,7 @@ LineStatistics SimulatedDevice::GetLineStatistics(Port aPort) const
 
 void SimulatedDevice::ResetLineStatistics(Port aPort)
 {
-    mRunner->WithModel([&](DeviceModel& aModel) { aModel.ResetLineStatistics(aPort); });
+    mRunner->ChangeModel([&](DeviceModel& aModel) { aModel.ResetLineStatistics(aPort); });
 }
 
 std::uint64_t SimulatedDevice::GetUnknownAccessCount() const
@@ -126,7 +126,7 @@ std::size_t SimulatedDevice::GetEventSinkCount() const
 
 void SimulatedDevice::SetEnumAccess(const std::string& aName, bool aReadable, bool aWritable)
 {
-    mRunner->WithModel(
+    mRunner->ChangeModel(
         [&](DeviceModel& aModel)
         {
             Enumeration& enumeration = aModel.GetFeatures().mEnumerations.at(aName);
@@ -137,7 +137,7 @@ void SimulatedDevice::SetEnumAccess(const std::string& aName, bool aReadable, bo
 
 void SimulatedDevice::SetEnumEntryAvailable(const std::string& aName, const std::string& aEntry, bool aAvailable)
 {
-    mRunner->WithModel(
+    mRunner->ChangeModel(
         [&](DeviceModel& aModel)
         {
             std::set<std::string>& unavailable = aModel.GetFeatures().mEnumerations.at(aName).mUnavailable;
@@ -154,12 +154,12 @@ void SimulatedDevice::SetEnumEntryAvailable(const std::string& aName, const std:
 
 void SimulatedDevice::SetRegisterLength(const std::string& aName, std::int64_t aLength)
 {
-    mRunner->WithModel([&](DeviceModel& aModel) { aModel.GetFeatures().mBlocks.at(aName).mLength = aLength; });
+    mRunner->ChangeModel([&](DeviceModel& aModel) { aModel.GetFeatures().mBlocks.at(aName).mLength = aLength; });
 }
 
 void SimulatedDevice::RemoveFeature(const std::string& aName)
 {
-    mRunner->WithModel([&](DeviceModel& aModel) { aModel.GetFeatures().Remove(aName); });
+    mRunner->ChangeModel([&](DeviceModel& aModel) { aModel.GetFeatures().Remove(aName); });
 }
 
 const DeviceProfile& SimulatedDevice::GetProfile() const

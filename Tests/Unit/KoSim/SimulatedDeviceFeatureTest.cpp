@@ -1,9 +1,15 @@
 #include <KoSim/SimulatedDevice.h>
 
+#include "TestLineEnd.h"
+
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <ctime>
+#include <limits>
+#include <memory>
 #include <string>
+#include <thread>
 #include <vector>
 
 using namespace KoSim;
@@ -17,6 +23,13 @@ std::string GetEnum(SimulatedDevice& aDevice, const char* aName)
     KoString value;
     EXPECT_TRUE(aDevice.GetGenEnumValue(aName, value).IsOK());
     return value.GetAscii();
+}
+
+std::int64_t GetInteger(SimulatedDevice& aDevice, const char* aName)
+{
+    std::int64_t value = 0;
+    EXPECT_TRUE(aDevice.GetGenIntegerValue(aName, value).IsOK());
+    return value;
 }
 
 std::vector<std::string> GetEntries(SimulatedDevice& aDevice, const char* aName)
@@ -157,4 +170,45 @@ TEST(SimulatedDeviceFeature, IsIdleWhenItsFramesAreOut)
     EXPECT_EQ(device.WaitForIdle(1).GetCode(), KoResult::TIMEOUT);
     EXPECT_TRUE(device.WaitForIdle(60000).IsOK());
     EXPECT_EQ(device.GetLineStatistics(Port::Bulk1).mSentBytes, 4U);
+}
+
+TEST(SimulatedDeviceFeature, TakesAFrameThatFillsTheRegisterWithItsPadding)
+{
+    SimulatedDevice device(DeviceProfile::TinyDownstreamRegister());
+    std::vector<std::uint8_t> frame = {0, 0, 0, 0, 0, 0, 0, 22};
+    frame.resize(32, 'x');
+    EXPECT_TRUE(device.SetGenRegisterData("Bulk1DownstreamData", frame.data(), 32).IsOK());
+    EXPECT_EQ(device.SetGenRegisterData("Bulk1DownstreamData", frame.data(), 33).GetCode(),
+              KoResult::INVALID_PARAMETER);
+
+    EXPECT_TRUE(device.WaitUntilQuiet(30s));
+    EXPECT_EQ(device.GetLineStatistics(Port::Bulk1).mSentBytes, 22U);
+}
+
+TEST_F(SimulatedDeviceFeatureTest, TakesAFrameWhateverTheLengthOfTheRegister)
+{
+    const std::uint8_t frame[] = {0, 0, 0, 0, 0, 0, 0, 4, 'a', 'b', 'c', 'd'};
+    mDevice.SetRegisterLength("Bulk1DownstreamData", std::numeric_limits<std::int64_t>::max());
+    EXPECT_TRUE(mDevice.SetGenRegisterData("Bulk1DownstreamData", frame, sizeof(frame)).IsOK());
+    mDevice.SetRegisterLength("Bulk1DownstreamData", std::numeric_limits<std::int64_t>::min());
+    EXPECT_EQ(mDevice.SetGenRegisterData("Bulk1DownstreamData", frame, sizeof(frame)).GetCode(),
+              KoResult::INVALID_PARAMETER);
+}
+
+TEST_F(SimulatedDeviceFeatureTest, RestsWhileBytesWaitForARegisterWithoutLength)
+{
+    const auto lineEnd = std::make_shared<TestLineEnd>();
+    mDevice.SetLineEnd(Port::Bulk2, lineEnd);
+    mDevice.SetRegisterLength("EventBulk2UpstreamDataBuffer", 0);
+    EXPECT_TRUE(mDevice.SetGenEnumValue("EventSelector", "Bulk2UpstreamData").IsOK());
+    EXPECT_TRUE(mDevice.SetGenEnumValue("EventNotification", "On").IsOK());
+    lineEnd->Send("abc");
+    EXPECT_TRUE(mDevice.WaitUntilQuiet(30s));
+
+    const std::clock_t start = std::clock();
+    std::this_thread::sleep_for(200ms);
+    EXPECT_LT(std::clock() - start, CLOCKS_PER_SEC / 10);
+
+    mDevice.SetRegisterLength("EventBulk2UpstreamDataBuffer", 2);
+    EXPECT_TRUE(WaitUntil([&] { return GetInteger(mDevice, "EventBulk2UpstreamDataLength") == 2; }));
 }
