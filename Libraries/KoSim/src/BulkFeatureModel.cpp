@@ -154,7 +154,7 @@ Time BulkFeatureModel::GetByteTimeTo(const Destination& aDestination) const
 
 std::size_t BulkFeatureModel::GetFlowRoom() const
 {
-    return FLOW_LIMIT - std::min(FLOW_LIMIT, mUndelivered + mIncoming.GetSize());
+    return IsHeldBack() ? 0 : FLOW_LIMIT - std::min(FLOW_LIMIT, mUndelivered + mIncoming.GetSize());
 }
 
 void BulkFeatureModel::SendDue(Time aNow)

@@ -243,14 +243,19 @@ void DeviceModel::Receive(Port aPort, const std::uint8_t* aData, std::size_t aLe
 
 void DeviceModel::SetFarEndSettings(Port aPort, const std::optional<LineSettings>& aSettings)
 {
-    ForEachPort(
-        [&](PortModel& aModel)
-        {
-            if (aModel.GetPort() == aPort)
-            {
-                aModel.SetFarEndSettings(aSettings);
-            }
-        });
+    ForEachModelOf(aPort, [&](PortModel& aModel) { aModel.SetFarEndSettings(aSettings); });
+}
+
+void DeviceModel::HoldBack(Port aPort, bool aHold)
+{
+    ForEachModelOf(aPort, [&](PortModel& aModel) { aModel.HoldBack(aHold); });
+}
+
+bool DeviceModel::IsHeldBack()
+{
+    bool isHeldBack = false;
+    ForEachPort([&](const PortModel& aPort) { isHeldBack |= aPort.IsHeldBack(); });
+    return isHeldBack;
 }
 
 std::size_t DeviceModel::GetRoom(Port aPort)
@@ -297,14 +302,7 @@ LineStatistics DeviceModel::GetLineStatistics(Port aPort) const
 
 void DeviceModel::ResetLineStatistics(Port aPort)
 {
-    ForEachPort(
-        [&](PortModel& aModel)
-        {
-            if (aModel.GetPort() == aPort)
-            {
-                aModel.mStatistics = LineStatistics();
-            }
-        });
+    ForEachModelOf(aPort, [](PortModel& aModel) { aModel.mStatistics = LineStatistics(); });
 }
 
 void DeviceModel::CountEvent(const EventOutput& aEvent, bool aDelivered)
@@ -349,6 +347,20 @@ void DeviceModel::ForEachPort(Action aAction)
     {
         aAction(*bulk);
     }
+}
+
+/// Bulk port 0 has two models, one behind the register block and one behind its features.
+template <typename Action>
+void DeviceModel::ForEachModelOf(Port aPort, Action aAction)
+{
+    ForEachPort(
+        [&](PortModel& aModel)
+        {
+            if (aModel.GetPort() == aPort)
+            {
+                aAction(aModel);
+            }
+        });
 }
 
 void DeviceModel::AddFeatures(const DeviceProfile& aProfile)

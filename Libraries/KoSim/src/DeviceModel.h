@@ -76,6 +76,12 @@ public:
     /// Says how the far end of a line is set up; nothing when it follows the device.
     void SetFarEndSettings(Port aPort, const std::optional<LineSettings>& aSettings);
 
+    /// The far end of a line makes the device wait with what it sends, or lets it go on.
+    void HoldBack(Port aPort, bool aHold);
+
+    /// True while a far end makes the device wait.
+    bool IsHeldBack();
+
     /// Number of bytes that Receive() can take without loss.
     std::size_t GetRoom(Port aPort);
 
@@ -105,6 +111,8 @@ private:
     PortModel& GetPort(Port aPort);
     template <typename Action>
     void ForEachPort(Action aAction);
+    template <typename Action>
+    void ForEachModelOf(Port aPort, Action aAction);
     BulkFeatureModel& GetBulk(Port aPort);
     void AddFeatures(const DeviceProfile& aProfile);
     void SetUpBulk0();

@@ -122,6 +122,7 @@ void DeviceRunner::SetLineEnd(Port aPort, std::shared_ptr<ILineEnd> aLineEnd)
     if (previous != nullptr)
     {
         previous->Detach();
+        ChangeModel([&](DeviceModel& aModel) { aModel.HoldBack(aPort, false); });
     }
     if (aLineEnd != nullptr)
     {
@@ -143,6 +144,11 @@ std::size_t DeviceRunner::Line::GetRoom()
 {
     const std::lock_guard<std::mutex> lock(mRunner.mMutex);
     return mRunner.mModel.GetRoom(mPort);
+}
+
+void DeviceRunner::Line::HoldBack(bool aHold)
+{
+    mRunner.ChangeModel([&](DeviceModel& aModel) { aModel.HoldBack(mPort, aHold); });
 }
 
 Time DeviceRunner::Now() const
@@ -220,7 +226,7 @@ bool DeviceRunner::IsQuiet()
 {
     // Registers may have been written since the device thread looked last.
     mModel.Advance(Now());
-    return mModel.GetOutputs().empty() && !mModel.GetDeadline() && mCallee == nullptr;
+    return mModel.GetOutputs().empty() && !mModel.GetDeadline() && !mModel.IsHeldBack() && mCallee == nullptr;
 }
 
 bool DeviceRunner::IsRegistered(const IKoDeviceEventSink* aSink) const

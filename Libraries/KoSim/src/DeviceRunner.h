@@ -91,6 +91,7 @@ private:
         Line(DeviceRunner& aRunner, Port aPort) : mRunner(aRunner), mPort(aPort) {}
         void Send(const std::uint8_t* aData, std::size_t aLength) override;
         std::size_t GetRoom() override;
+        void HoldBack(bool aHold) override;
 
     private:
         DeviceRunner& mRunner;

@@ -47,6 +47,12 @@ public:
     /// Number of bytes that Receive() can take without loss.
     std::size_t GetRoom() const { return mIncoming.GetRoom(); }
 
+    /// The far end makes the transmitter wait, or lets it go on. What has left already is on its way to the far end.
+    void HoldBack(bool aHold) { mHeldBack = aHold; }
+
+    /// True while the far end makes the transmitter wait.
+    bool IsHeldBack() const { return mHeldBack; }
+
     /// Tells that bytes have been carried to the far end.
     void CountDelivered(std::size_t aLength) { mUndelivered -= aLength; }
 
@@ -86,6 +92,7 @@ private:
     }
 
     std::optional<LineSettings> mFarEndSettings;
+    bool mHeldBack = false;
 };
 
 } // namespace KoSim

@@ -19,7 +19,8 @@ namespace
 
 using Clock = std::chrono::steady_clock;
 
-constexpr std::size_t OUTGOING_CAPACITY = std::size_t{1} << 20;
+/// The line is held back while more than this waits for the other program, and released when half of it has gone.
+constexpr std::size_t MOST_OUTGOING = std::size_t{1} << 20;
 constexpr auto PATIENCE = std::chrono::seconds(1);
 constexpr int POLL_PERIOD_MS = 5;
 
@@ -73,8 +74,9 @@ PtyTerminal::~PtyTerminal()
 
 void PtyTerminal::Start(ILine& aLine)
 {
+    mLine = &aLine;
     mStopping = false;
-    mThread = std::thread([this, &aLine] { Run(aLine); });
+    mThread = std::thread([this] { Run(); });
 }
 
 void PtyTerminal::Stop()
@@ -94,9 +96,11 @@ void PtyTerminal::Queue(const std::uint8_t* aData, std::size_t aLength)
 {
     {
         const std::lock_guard<std::mutex> lock(mMutex);
-        const std::size_t taken = std::min(aLength, OUTGOING_CAPACITY - mOutgoing.size());
-        mOutgoing.insert(mOutgoing.end(), aData, aData + taken);
-        mLostBytes += aLength - taken;
+        mOutgoing.insert(mOutgoing.end(), aData, aData + aLength);
+        if (mOutgoing.size() > MOST_OUTGOING)
+        {
+            HoldBack(true);
+        }
     }
     Wake();
 }
@@ -113,12 +117,12 @@ void PtyTerminal::Wake()
     [[maybe_unused]] const ssize_t written = ::write(mWake.Get(), &one, sizeof(one));
 }
 
-void PtyTerminal::Run(ILine& aLine)
+void PtyTerminal::Run()
 {
     while (!IsStopping())
     {
-        WaitForTraffic(aLine);
-        MoveToLine(aLine);
+        WaitForTraffic();
+        MoveToLine();
         MoveToTerminal();
     }
     Drain();
@@ -130,9 +134,9 @@ bool PtyTerminal::IsStopping()
     return mStopping;
 }
 
-void PtyTerminal::WaitForTraffic(ILine& aLine)
+void PtyTerminal::WaitForTraffic()
 {
-    const bool hasRoom = aLine.GetRoom() > 0;
+    const bool hasRoom = mLine->GetRoom() > 0;
     const bool mustWait = !hasRoom || GetOutgoingSize() > 0;
     std::array<pollfd, 2> polled{};
     polled[0].fd = mMaster.Get();
@@ -145,10 +149,10 @@ void PtyTerminal::WaitForTraffic(ILine& aLine)
     [[maybe_unused]] const ssize_t read = ::read(mWake.Get(), &wakes, sizeof(wakes));
 }
 
-void PtyTerminal::MoveToLine(ILine& aLine)
+void PtyTerminal::MoveToLine()
 {
     std::array<std::uint8_t, 4096> buffer{};
-    const std::size_t room = std::min(buffer.size(), aLine.GetRoom());
+    const std::size_t room = std::min(buffer.size(), mLine->GetRoom());
     if (room == 0)
     {
         return;
@@ -156,7 +160,7 @@ void PtyTerminal::MoveToLine(ILine& aLine)
     const ssize_t count = ::read(mMaster.Get(), buffer.data(), room);
     if (count > 0)
     {
-        aLine.Send(buffer.data(), static_cast<std::size_t>(count));
+        mLine->Send(buffer.data(), static_cast<std::size_t>(count));
     }
 }
 
@@ -169,6 +173,18 @@ void PtyTerminal::MoveToTerminal()
     {
         const std::lock_guard<std::mutex> lock(mMutex);
         mOutgoing.erase(mOutgoing.begin(), mOutgoing.begin() + count);
+        if (mOutgoing.size() <= MOST_OUTGOING / 2)
+        {
+            HoldBack(false);
+        }
+    }
+}
+
+void PtyTerminal::HoldBack(bool aHold)
+{
+    if (std::exchange(mHoldsBack, aHold) != aHold)
+    {
+        mLine->HoldBack(aHold);
     }
 }
 
@@ -228,6 +244,7 @@ void PtyTerminal::Drain()
     const std::lock_guard<std::mutex> lock(mMutex);
     mLostBytes += mOutgoing.size() + inTerminal;
     mOutgoing.clear();
+    mHoldsBack = false;
 }
 
 } // namespace KoSim

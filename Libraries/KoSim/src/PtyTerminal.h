@@ -33,21 +33,23 @@ public:
     const std::string& GetPath() const { return mPath; }
     std::uint64_t GetLostBytes();
 
+    /// @param aLine must live until Stop() has returned
     void Start(ILine& aLine);
 
     /// Waits for the other program to read what is there, as long as it does, and stops.
     void Stop();
 
-    /// Takes bytes for the other program.
+    /// Takes bytes for the other program, and holds the line back when they are many.
     void Queue(const std::uint8_t* aData, std::size_t aLength);
 
 private:
     void Wake();
-    void Run(ILine& aLine);
+    void Run();
     bool IsStopping();
-    void WaitForTraffic(ILine& aLine);
-    void MoveToLine(ILine& aLine);
+    void WaitForTraffic();
+    void MoveToLine();
     void MoveToTerminal();
+    void HoldBack(bool aHold);
     std::vector<std::uint8_t> PeekOutgoing(std::size_t aLimit);
     std::size_t GetOutgoingSize();
     std::size_t GetTerminalSize() const;
@@ -59,8 +61,10 @@ private:
     const FileDescriptor mSlave;
     const FileDescriptor mWake;
     const SymbolicLink mLink;
-    std::mutex mMutex; ///< guards what follows
+    ILine* mLine = nullptr;
+    std::mutex mMutex; ///< guards what follows; held while the line is held back or released
     std::deque<std::uint8_t> mOutgoing;
+    bool mHoldsBack = false; ///< the line
     std::uint64_t mLostBytes = 0;
     bool mStopping = false;
     std::thread mThread;

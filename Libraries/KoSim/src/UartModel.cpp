@@ -65,7 +65,7 @@ void UartModel::Advance(Time aNow)
 
 std::optional<Time> UartModel::GetDeadline() const
 {
-    std::optional<Time> deadline = mTxDone;
+    std::optional<Time> deadline = IsHeldBack() ? std::nullopt : mTxDone;
     if (HasByteToTake())
     {
         const Time arrival = mHeld ? Time(0) : mIncoming.GetNextArrival();
@@ -81,7 +81,7 @@ bool UartModel::HasByteToTake() const
 
 void UartModel::FinishTransmission(Time aNow)
 {
-    if (!mTxDone || *mTxDone > aNow)
+    if (!mTxDone || *mTxDone > aNow || IsHeldBack())
     {
         return;
     }

@@ -11,8 +11,9 @@ namespace KoSim
 
 /// A UART of the device.
 ///
-/// The transmitter holds one byte. Towards the device the line has flow control: while the receive interrupt is off,
-/// one byte waits in the data register and the rest waits at the far end.
+/// The transmitter holds one byte. The line has flow control in both directions: while the far end holds the device
+/// back, the byte in the transmitter stays there; while the receive interrupt is off, one byte waits in the data
+/// register and the rest waits at the far end.
 class UartModel : public PortModel
 {
 public:

@@ -345,3 +345,39 @@ TEST_F(BulkFeatureModelTest, DoesNotBringBackAFeatureThatWasTakenAway)
     EXPECT_FALSE(mFeatures.Has(UPSTREAM));
     EXPECT_FALSE(mFeatures.Has(UPSTREAM_LENGTH));
 }
+
+TEST_F(BulkFeatureModelTest, WaitsWhileItsFarEndHoldsItBack)
+{
+    mBulk.HoldBack(true);
+    WriteFrame("abc", 0ms);
+    mBulk.Advance(1s);
+    EXPECT_EQ(TakeLineBytes(mOutputs), "");
+    EXPECT_TRUE(mBulk.IsSending());
+    EXPECT_EQ(mBulk.GetDeadline(), std::nullopt);
+
+    mBulk.HoldBack(false);
+    EXPECT_LE(mBulk.GetDeadline(), Time(1s));
+    mBulk.Advance(1s);
+    EXPECT_EQ(TakeLineBytes(mOutputs), "abc");
+}
+
+TEST_F(BulkFeatureModelTest, ReceivesWhileItsFarEndHoldsItBack)
+{
+    mBulk.HoldBack(true);
+    Receive("abc", 0ms);
+
+    EXPECT_EQ(ReadUpstream(), "abc");
+}
+
+TEST_F(BulkFeatureModelTest, WaitsForARegisterThatHasRoomForABlock)
+{
+    mFeatures.mBlocks[UPSTREAM].mLength = 0;
+    Receive("abc", 0ms);
+    EXPECT_EQ(CountReports(), 0U);
+    EXPECT_EQ(mBulk.GetDeadline(), std::nullopt);
+
+    mFeatures.mBlocks[UPSTREAM].mLength = 2;
+    EXPECT_LE(mBulk.GetDeadline(), Time(0));
+    mBulk.Advance(0ms);
+    EXPECT_EQ(ReadUpstream(), "ab");
+}

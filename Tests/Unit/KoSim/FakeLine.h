@@ -28,6 +28,18 @@ public:
         return mRoom;
     }
 
+    void HoldBack(bool aHold) override
+    {
+        const std::lock_guard<std::mutex> lock(mMutex);
+        mHeldBack = aHold;
+    }
+
+    bool IsHeldBack()
+    {
+        const std::lock_guard<std::mutex> lock(mMutex);
+        return mHeldBack;
+    }
+
     void SetRoom(std::size_t aRoom)
     {
         const std::lock_guard<std::mutex> lock(mMutex);
@@ -52,6 +64,7 @@ public:
 private:
     std::mutex mMutex;
     std::size_t mRoom;
+    bool mHeldBack = false;
     std::string mSent;
 };
 

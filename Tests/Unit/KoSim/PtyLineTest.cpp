@@ -202,16 +202,37 @@ TEST(PtyLineTest, CountsTheBytesThatNobodyReads)
     EXPECT_EQ(pty.GetLostBytes(), LONG);
 }
 
-TEST(PtyLineTest, CountsTheBytesThatFindNoRoom)
+TEST(PtyLineTest, HoldsTheLineBackWhileTheProgramIsFarBehind)
 {
+    const std::string text = MakeText(CAPACITY + 100000);
     FakeLine line;
     PtyLine pty;
+    PtyProgram program(pty.GetPath());
     pty.Attach(line);
-    Receive(pty, std::string(CAPACITY + 100, 'x'));
-    EXPECT_EQ(pty.GetLostBytes(), 100U);
-    pty.Detach();
+    Receive(pty, text.substr(0, CAPACITY));
+    EXPECT_FALSE(line.IsHeldBack());
+    Receive(pty, text.substr(CAPACITY));
+    EXPECT_TRUE(line.IsHeldBack());
 
-    EXPECT_EQ(pty.GetLostBytes(), CAPACITY + 100);
+    EXPECT_EQ(program.Read(text.size()), text);
+    EXPECT_TRUE(WaitUntil([&] { return !line.IsHeldBack(); }));
+    pty.Detach();
+    EXPECT_EQ(pty.GetLostBytes(), 0U);
+}
+
+TEST(PtyLineTest, HoldsTheNextLineBackTooWhenItHasHeldBackTheOneBefore)
+{
+    const std::string text(CAPACITY + 1, 'x');
+    PtyLine pty;
+    for (int i = 0; i < 2; ++i)
+    {
+        FakeLine line;
+        pty.Attach(line);
+        Receive(pty, text);
+        EXPECT_TRUE(line.IsHeldBack());
+        pty.Detach();
+    }
+    EXPECT_EQ(pty.GetLostBytes(), 2 * text.size());
 }
 
 TEST(PtyLineTest, MakesALinkToItsTerminalForAsLongAsItLives)

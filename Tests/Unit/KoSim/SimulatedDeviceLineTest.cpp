@@ -262,3 +262,55 @@ TEST(SimulatedDeviceLineTest, DetachesEveryFarEndWhenItIsDestroyed)
     EXPECT_EQ(second->GetDetached(), 1);
     EXPECT_EQ(first.use_count(), 1);
 }
+
+TEST(SimulatedDeviceLineTest, HandsBlocksToTheBulkTransmitter)
+{
+    SimulatedDevice device;
+    const auto lineEnd = std::make_shared<TestLineEnd>();
+    device.SetLineEnd(Port::Bulk0, lineEnd);
+    const std::uint8_t block[] = {'a', 'b', 'c'};
+    EXPECT_TRUE(device.BulkTransmit(block, 0, sizeof(block)).IsOK());
+    EXPECT_TRUE(lineEnd->WaitForReceived("abc"));
+
+    device.Disconnect();
+    EXPECT_EQ(device.BulkTransmit(block, 0, sizeof(block)).GetCode(), KoResult::NOT_CONNECTED);
+}
+
+TEST(SimulatedDeviceLineTest, HasNoBulkTransmitterWhenItsProfileHasNone)
+{
+    SimulatedDevice device(DeviceProfile::UartOnly());
+    const std::uint8_t byte = 'a';
+    const KoResult result = device.BulkTransmit(&byte, 0, 1);
+
+    EXPECT_EQ(result.GetCode(), KoResult::NOT_SUPPORTED);
+    EXPECT_STREQ(result.GetDescription().GetAscii(), "The simulated device has no bulk transmitter.");
+}
+
+TEST(SimulatedDeviceLineTest, WaitsForAFarEndThatHoldsItBack)
+{
+    SimulatedDevice device;
+    const auto lineEnd = std::make_shared<TestLineEnd>();
+    device.SetLineEnd(Port::Uart0, lineEnd);
+    lineEnd->GetLine().HoldBack(true);
+    device.WriteRegister(REG_UART0_DATA, 'A');
+    EXPECT_FALSE(device.WaitUntilQuiet(std::chrono::milliseconds(20)));
+    EXPECT_EQ(ReadData(device), UART_DATA_TX_BUSY);
+    EXPECT_EQ(lineEnd->GetReceived(), "");
+
+    lineEnd->GetLine().HoldBack(false);
+    EXPECT_TRUE(lineEnd->WaitForReceived("A"));
+}
+
+TEST(SimulatedDeviceLineTest, IsReleasedWhenTheFarEndThatHeldItBackIsReplaced)
+{
+    SimulatedDevice device;
+    const auto first = std::make_shared<TestLineEnd>();
+    const auto second = std::make_shared<TestLineEnd>();
+    device.SetLineEnd(Port::Uart0, first);
+    first->GetLine().HoldBack(true);
+    device.WriteRegister(REG_UART0_DATA, 'A');
+    device.SetLineEnd(Port::Uart0, second);
+
+    EXPECT_TRUE(WaitUntil([&] { return device.GetLineStatistics(Port::Uart0).mSentBytes == 1; }));
+    EXPECT_EQ(first->GetReceived(), "");
+}

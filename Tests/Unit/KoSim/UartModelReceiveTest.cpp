@@ -269,3 +269,13 @@ TEST_F(UartModelReceiveTest, ReportsEverythingAtOnceOnAnInstantLine)
     ASSERT_EQ(events.size(), 1U);
     EXPECT_EQ(events[0].mBytes, text);
 }
+
+TEST_F(UartModelReceiveTest, ReportsWhileItsFarEndHoldsItBack)
+{
+    mUart.EnableInterrupts(true, true);
+    mUart.HoldBack(true);
+    Receive("A", 0ms);
+
+    EXPECT_EQ(mUart.GetDeadline(), Time(10ms));
+    EXPECT_EQ(ReportedAt(10ms), "A");
+}

@@ -152,3 +152,20 @@ TEST_F(UartModelTransmitTest, NeedsNoTimeOnAnInstantLine)
 
     EXPECT_EQ(TakeLineBytes(mOutputs), "A");
 }
+
+TEST_F(UartModelTransmitTest, KeepsAByteWhileItsFarEndHoldsItBack)
+{
+    mUart.EnableInterrupts(true, false);
+    mUart.HoldBack(true);
+    mUart.WriteData('A', 0ms);
+    mUart.Advance(1s);
+    EXPECT_TRUE(mOutputs.empty());
+    EXPECT_EQ(mUart.GetDeadline(), std::nullopt);
+    EXPECT_EQ(mUart.ReadData(), UART_DATA_TX_BUSY);
+
+    mUart.HoldBack(false);
+    EXPECT_LE(mUart.GetDeadline(), Time(1s));
+    mUart.Advance(1s);
+    EXPECT_EQ(TakeLineBytes(mOutputs), "A");
+    EXPECT_EQ(mUart.ReadData(), 0U);
+}

@@ -20,6 +20,14 @@ public:
     /// Number of bytes that Send() can take now without loss; for far ends that are able to wait.
     virtual std::size_t GetRoom() = 0;
 
+    /// Makes the device wait with what it sends, or lets it go on: the flow control of the line, for far ends that fall
+    /// behind. May be called from inside ILineEnd::Receive(). Bytes that have left the device already still arrive. A
+    /// new far end finds the line released.
+    ///
+    /// The host of the device sees what it would see of a real one: its transmitter stays busy, and a host that waits
+    /// for it gives up after a while.
+    virtual void HoldBack(bool aHold) = 0;
+
 protected:
     ~ILine() = default;
 };

@@ -10,6 +10,11 @@ namespace KoSim
 using Time = std::chrono::nanoseconds;
 
 /// Whether bytes take time on a line.
+///
+/// An instant line is faster than any reader. The device hands received bytes to its event sinks and, as real devices,
+/// is not told whether anybody reads what they collect: a far end that sends more in one go than a port's receive
+/// buffer holds overwrites the oldest bytes there. Give the port a larger buffer, let the far end wait for answers, or
+/// take real timing where much data comes in.
 enum class LineTiming
 {
     Real,    ///< each byte takes the time of its bits

@@ -14,8 +14,10 @@ class PtyTerminal;
 
 /// A far end that any program can open: a pseudo-terminal, in raw mode.
 ///
-/// Bytes that the device sends wait for the program, up to a bound; bytes that the program writes wait until the device
-/// takes them. When the line is detached, what waits for the program is held for it as long as it keeps reading.
+/// Nothing is lost as long as both sides keep going. Bytes that the device sends wait for the program; when there are
+/// 1 MiB of them the line is held back until the program has read half, as hardware flow control does it. Bytes that
+/// the program writes wait until the device takes them. When the line is detached, what waits for the program is held
+/// for it as long as it keeps reading.
 class KO_SIM_API PtyLine : public ILineEnd
 {
 public:
@@ -33,7 +35,7 @@ public:
     /// Path of the terminal, to be opened by the other program.
     const std::string& GetPath() const;
 
-    /// Number of bytes from the device that the program never read: they found no room, or it stopped reading.
+    /// Number of bytes from the device that the program had not read when the line was detached.
     std::uint64_t GetLostBytes() const;
 
     void Attach(ILine& aLine) override;

@@ -69,8 +69,8 @@ public:
     /// and it sends no events.
     void Freeze(bool aFrozen);
 
-    /// Waits until the device has delivered everything to sinks and far ends and its lines are at rest. Must not be
-    /// called from inside a sink or a far end.
+    /// Waits until the device has delivered everything to sinks and far ends and its lines are at rest, which they are
+    /// not while a far end holds the device back. Must not be called from inside a sink or a far end.
     /// @return false when that takes longer than aTimeout
     bool WaitUntilQuiet(std::chrono::milliseconds aTimeout) const;
 
