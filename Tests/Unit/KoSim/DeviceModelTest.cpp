@@ -8,7 +8,10 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <stdexcept>
+#include <string>
+#include <utility>
 
 using namespace KoSim;
 using namespace std::chrono_literals;
@@ -36,6 +39,12 @@ DeviceProfile WithRealTiming()
     profile.mLines[0] = {1000, LineParity::None, 8, 1};
     profile.mLines[1] = {1000, LineParity::Even, 8, 1};
     return profile;
+}
+
+void SwitchEventOn(DeviceModel& aModel, const std::string& aEvent)
+{
+    aModel.SetEnumValue("EventSelector", aEvent);
+    aModel.SetEnumValue("EventNotification", "On");
 }
 
 } // namespace
@@ -368,4 +377,128 @@ TEST(DeviceModelTest, GarblesBothDirectionsOfALineWhoseEndsDoNotAgree)
     model.WriteRegister(REG_UART0_DATA, 'a', 0s);
     model.Advance(0s);
     EXPECT_EQ(TakeLineBytes(model.GetOutputs()), "a");
+}
+
+TEST(DeviceModelTest, TakesEveryByteThatIsWrittenToAnInstantLine)
+{
+    DeviceModel model{DeviceProfile()};
+    for (int i = 0; i < 1000; ++i)
+    {
+        model.WriteRegister(REG_UART0_DATA, 'A', 0ms);
+    }
+    model.Advance(0ms);
+
+    EXPECT_EQ(TakeLineBytes(model.GetOutputs()), std::string(1000, 'A'));
+    EXPECT_EQ(model.GetLineStatistics(Port::Uart0).mTxOverruns, 0U);
+}
+
+TEST(DeviceModelTest, GivesEveryByteOfAnInstantLineThroughItsRegister)
+{
+    DeviceModel model{DeviceProfile()};
+    model.Receive(Port::Uart0, AsBytes("ABC"), 3, 0ms);
+
+    for (const char byte : {'A', 'B', 'C'})
+    {
+        EXPECT_EQ(model.ReadRegister(REG_UART0_DATA, 0ms), UART_DATA_RX_VALID | static_cast<std::uint8_t>(byte));
+    }
+    EXPECT_EQ(model.ReadRegister(REG_UART0_DATA, 0ms), 0U);
+}
+
+TEST(DeviceModelTest, HoldsOneLineBackAndNoOther)
+{
+    DeviceModel model{DeviceProfile()};
+    model.HoldBack(Port::Uart0, true);
+    EXPECT_TRUE(model.IsHeldBack());
+    model.WriteRegister(REG_UART0_DATA, 'A', 0ms);
+    model.WriteRegister(REG_UART1_DATA, 'B', 0ms);
+    model.Advance(0ms);
+    EXPECT_EQ(TakeLineBytes(model.GetOutputs()), "B");
+
+    model.HoldBack(Port::Uart0, false);
+    EXPECT_FALSE(model.IsHeldBack());
+    model.Advance(0ms);
+    EXPECT_EQ(TakeLineBytes(model.GetOutputs()), "A");
+}
+
+TEST(DeviceModelTest, IsDueWhenAByteArrivesThoughNothingIsSent)
+{
+    DeviceProfile profile = WithRealTiming();
+    profile.mBulk0Line.mRateIndex = 0;
+    profile.mBulkLine = {1000, LineParity::None, 8, 1};
+    const std::array<std::pair<Port, Time>, 3> arrivals = {
+        {{Port::Uart1, 11ms}, {Port::Bulk0, Time(10s) / 9600}, {Port::Bulk3, 10ms}}};
+    for (const auto& [port, time] : arrivals)
+    {
+        DeviceModel model(profile);
+        model.WriteRegister(REG_INTERRUPT_ENABLE, 0x1F0F, 0ms);
+        SwitchEventOn(model, "Bulk3UpstreamData");
+        model.Receive(port, AsBytes("A"), 1, 0ms);
+
+        EXPECT_EQ(model.GetDeadline(), time);
+    }
+}
+
+TEST(DeviceModelTest, ReportsAnUpstreamBlockToAHostThatWatchesItLater)
+{
+    DeviceModel model{DeviceProfile()};
+    SwitchEventOn(model, "Bulk3UpstreamData");
+    model.Receive(Port::Bulk3, AsBytes("abc"), 3, 0ms);
+    model.Advance(0ms);
+    EXPECT_TRUE(model.GetOutputs().empty());
+
+    EXPECT_TRUE(model.Watch("EventBulk3UpstreamDataBuffer"));
+    model.Advance(0ms);
+    ASSERT_EQ(model.GetOutputs().size(), 1U);
+    EXPECT_EQ(std::get<InvalidationOutput>(model.GetOutputs().front()).mFeature, "EventBulk3UpstreamDataBuffer");
+}
+
+TEST(DeviceModelTest, GivesBytesForBulk0ToItsFeaturesWhileTheirEventIsOn)
+{
+    DeviceModel model{DeviceProfile()};
+    model.WriteRegister(REG_INTERRUPT_ENABLE, INTERRUPT_BULK_RX, 0ms);
+    SwitchEventOn(model, "Bulk0UpstreamData");
+    model.Receive(Port::Bulk0, AsBytes("abc"), 3, 0ms);
+    model.Advance(0ms);
+    EXPECT_EQ(model.GetFeatures().mIntegers["EventBulk0UpstreamDataLength"], 3);
+    EXPECT_TRUE(TakeEvents(model.GetOutputs()).empty());
+
+    model.SetEnumValue("EventNotification", "Off");
+    model.Receive(Port::Bulk0, AsBytes("de"), 2, 0ms);
+    model.Advance(0ms);
+    EXPECT_EQ(model.GetFeatures().mIntegers["EventBulk0UpstreamDataLength"], 3);
+    const std::vector<SerialEvent> events = TakeEvents(model.GetOutputs());
+    ASSERT_EQ(events.size(), 1U);
+    EXPECT_EQ(events[0].mReceivedBytes, 2U);
+}
+
+TEST(DeviceModelTest, HasTheErrorEventSelectedAtFirst)
+{
+    DeviceModel model{DeviceProfile()};
+
+    EXPECT_EQ(model.GetFeatures().GetEnumValue("EventSelector"), "Error");
+}
+
+TEST(DeviceModelTest, TellsWhetherBulk0RunsI2cInItsRegisters)
+{
+    for (const bool runsI2c : {true, false})
+    {
+        DeviceProfile profile;
+        profile.mBulk0RunsI2c = runsI2c;
+        DeviceModel model(profile);
+
+        EXPECT_EQ(model.ReadRegister(REG_BULK_0_3_CONFIG, 0ms), runsI2c ? BULK_0_3_CONFIG_I2C : 0U);
+    }
+}
+
+TEST(DeviceModelTest, DoesNotHaveTheRegistersOfABulkPortThatIsNotThere)
+{
+    DeviceModel model{DeviceProfile::UartOnly()};
+    std::uint64_t count = 0;
+    for (const std::uint32_t address : {REG_BULK_0_CONFIG, REG_BULK_0_CLOCK_DIVIDER, REG_BULK_0_3_CONFIG})
+    {
+        model.WriteRegister(address, 0xFFFFFFFF, 0ms);
+        EXPECT_EQ(model.GetUnknownAccessCount(), ++count);
+        EXPECT_EQ(model.ReadRegister(address, 0ms), 0U);
+        EXPECT_EQ(model.GetUnknownAccessCount(), ++count);
+    }
 }

@@ -70,6 +70,7 @@ TEST(DownstreamFrame, TakesASimultaneousSpiFrameApart)
     ASSERT_TRUE(frame);
     EXPECT_EQ(frame->mPayload, (Bytes{'a', 'b'}));
     EXPECT_TRUE(frame->mSimultaneous);
+    EXPECT_FALSE(frame->mSpiControl);
 }
 
 TEST(DownstreamFrame, RefusesAnSpiFrameWhoseCountsOrPaddingAreWrong)

@@ -414,3 +414,27 @@ TEST_F(FaultInjectingAdapterTest, NumbersTheCallsOfSeveralThreads)
     EXPECT_TRUE(std::is_sorted(log.begin(), log.end(),
                                [](const auto& aLeft, const auto& aRight) { return aLeft.mNumber < aRight.mNumber; }));
 }
+
+TEST_F(FaultInjectingAdapterTest, CountsFaultsForAThreadThatAsksWhileOthersCall)
+{
+    constexpr std::uint64_t CALLS = 5000;
+    EmptyAdapter device;
+    FaultInjectingAdapter faulty(device);
+    faulty.InjectRandomly(3, 1, {Fault::Fail()});
+    std::thread caller(
+        [&]
+        {
+            for (std::uint64_t call = 0; call < CALLS; ++call)
+            {
+                EXPECT_FALSE(faulty.IsConnected());
+            }
+        });
+    for (std::uint64_t last = 0; last < CALLS;)
+    {
+        const std::uint64_t count = faulty.GetFaultCount();
+        EXPECT_GE(count, last);
+        last = count;
+    }
+    caller.join();
+    EXPECT_EQ(faulty.GetFaultCount(), CALLS);
+}

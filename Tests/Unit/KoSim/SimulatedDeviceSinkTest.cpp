@@ -281,3 +281,31 @@ TEST(SimulatedDeviceEndTest, CallsNoSinkOnceItIsDestroyed)
 
     EXPECT_EQ(sink.GetEvents().size(), events);
 }
+
+TEST_F(SimulatedDeviceSinkTest, IsToldNothingWhileTheDeviceIsFrozen)
+{
+    std::promise<void> entered;
+    std::promise<void> release;
+    TestEventSink sink(
+        [&](const TestEventSink::Event& aEvent)
+        {
+            if (aEvent.mBytes == "A")
+            {
+                entered.set_value();
+                release.get_future().wait();
+            }
+        });
+    mDevice.RegisterEventSink(&sink);
+    mLineEnd->Send("A");
+    entered.get_future().wait();
+    mLineEnd->Send("B");
+    EXPECT_FALSE(mDevice.WaitUntilQuiet(std::chrono::milliseconds(0))); // "B" is on its way from now on
+    mDevice.Freeze(true);
+    release.set_value();
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    EXPECT_EQ(sink.GetBytes(), "A");
+
+    mDevice.Freeze(false);
+    EXPECT_TRUE(sink.WaitForBytes("AB"));
+    mDevice.UnregisterEventSink(&sink);
+}
