@@ -111,6 +111,8 @@ void DeviceRunner::SetLineEnd(Port aPort, std::shared_ptr<ILineEnd> aLineEnd)
 {
     const std::lock_guard<std::mutex> change(mLineEndChange);
     const auto port = static_cast<std::size_t>(aPort);
+    auto attachment =
+        std::make_unique<Attachment>(aLineEnd.get(), mLines.at(port).get(), "the far end sits on another line already");
     std::shared_ptr<ILineEnd> previous;
     {
         Lock lock(mMutex);
@@ -131,6 +133,27 @@ void DeviceRunner::SetLineEnd(Port aPort, std::shared_ptr<ILineEnd> aLineEnd)
         const std::lock_guard<std::mutex> lock(mMutex);
         mLineEnds.at(port) = std::move(aLineEnd);
     }
+    mLineEndAttachments.at(port) = std::move(attachment);
+}
+
+void DeviceRunner::SetI2cSlave(Port aPort, std::uint8_t aAddress, const std::shared_ptr<II2cSlave>& aSlave)
+{
+    SetChip({aPort, aAddress}, aSlave.get(), [&](DeviceModel& aModel) { aModel.SetI2cSlave(aPort, aAddress, aSlave); });
+}
+
+void DeviceRunner::SetSpiSlave(Port aPort, const std::shared_ptr<ISpiSlave>& aSlave)
+{
+    SetChip({aPort, std::nullopt}, aSlave.get(), [&](DeviceModel& aModel) { aModel.SetSpiSlave(aPort, aSlave); });
+}
+
+/// Runs aChange(model), which puts a chip into a socket.
+template <typename Change>
+void DeviceRunner::SetChip(const Socket& aSocket, const void* aChip, Change aChange)
+{
+    auto attachment = std::make_unique<Attachment>(aChip, this, "the chip sits in another device already");
+    const std::lock_guard<std::mutex> lock(mMutex);
+    aChange(mModel);
+    mChipAttachments[aSocket] = std::move(attachment);
 }
 
 void DeviceRunner::Line::Send(const std::uint8_t* aData, std::size_t aLength)

@@ -1,6 +1,8 @@
 #pragma once
 
+#include "Attachment.h"
 #include "DeviceModel.h"
+#include "OwnProcess.h"
 
 #include <KoResult.h>
 #include <KoSim/DeviceProfile.h>
@@ -10,10 +12,12 @@
 #include <array>
 #include <chrono>
 #include <condition_variable>
+#include <map>
 #include <memory>
 #include <mutex>
 #include <optional>
 #include <thread>
+#include <utility>
 #include <vector>
 
 class IKoDeviceEventSink;
@@ -82,6 +86,11 @@ public:
     std::size_t GetSinkCount();
 
     void SetLineEnd(Port aPort, std::shared_ptr<ILineEnd> aLineEnd);
+    void SetI2cSlave(Port aPort, std::uint8_t aAddress, const std::shared_ptr<II2cSlave>& aSlave);
+    void SetSpiSlave(Port aPort, const std::shared_ptr<ISpiSlave>& aSlave);
+
+    /// True in a child of the process that made this object: there is no thread here, and nothing can be destroyed.
+    bool IsLeft() const { return mProcess.IsLeft(); }
 
 private:
     /// The line of one port, as its far end sees it.
@@ -98,8 +107,13 @@ private:
         const Port mPort;
     };
 
+    /// A place for a chip: a port and an address on its I2C bus, or none on its SPI bus.
+    using Socket = std::pair<Port, std::optional<std::uint8_t>>;
+
     using Lock = std::unique_lock<std::mutex>;
 
+    template <typename Change>
+    void SetChip(const Socket& aSocket, const void* aChip, Change aChange);
     Time Now() const;
     void Run();
     void WaitForWork(Lock& aLock);
@@ -125,10 +139,13 @@ private:
     std::vector<IKoDeviceEventSink*> mSinks;
     std::vector<std::unique_ptr<Line>> mLines; ///< by port
     std::array<std::shared_ptr<ILineEnd>, PORT_COUNT> mLineEnds;
+    std::array<std::unique_ptr<Attachment>, PORT_COUNT> mLineEndAttachments; ///< guarded by mLineEndChange
+    std::map<Socket, std::unique_ptr<Attachment>> mChipAttachments;
     const void* mCallee = nullptr; ///< the sink or far end that the device thread is calling
     std::uint64_t mBlockId = 0;
     bool mConnected = true;
     bool mStopping = false;
+    const OwnProcess mProcess;
     std::thread mThread;
 };
 

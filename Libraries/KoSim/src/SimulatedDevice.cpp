@@ -76,12 +76,12 @@ void SimulatedDevice::SetLineEnd(Port aPort, std::shared_ptr<ILineEnd> aLineEnd)
 
 void SimulatedDevice::SetI2cSlave(Port aPort, std::uint8_t aAddress, const std::shared_ptr<II2cSlave>& aSlave)
 {
-    mRunner->ChangeModel([&](DeviceModel& aModel) { aModel.SetI2cSlave(aPort, aAddress, aSlave); });
+    mRunner->SetI2cSlave(aPort, aAddress, aSlave);
 }
 
 void SimulatedDevice::SetSpiSlave(Port aPort, const std::shared_ptr<ISpiSlave>& aSlave)
 {
-    mRunner->ChangeModel([&](DeviceModel& aModel) { aModel.SetSpiSlave(aPort, aSlave); });
+    mRunner->SetSpiSlave(aPort, aSlave);
 }
 
 void SimulatedDevice::Connect()

@@ -9,6 +9,7 @@
 #include <future>
 #include <memory>
 #include <optional>
+#include <stdexcept>
 #include <string>
 #include <thread>
 
@@ -313,4 +314,34 @@ TEST(SimulatedDeviceLineTest, IsReleasedWhenTheFarEndThatHeldItBackIsReplaced)
 
     EXPECT_TRUE(WaitUntil([&] { return device.GetLineStatistics(Port::Uart0).mSentBytes == 1; }));
     EXPECT_EQ(first->GetReceived(), "");
+}
+
+TEST(SimulatedDeviceLineTest, RefusesAFarEndThatSitsOnAnotherLine)
+{
+    const auto lineEnd = std::make_shared<TestLineEnd>();
+    const auto other = std::make_shared<TestLineEnd>();
+    SimulatedDevice first;
+    SimulatedDevice second;
+    first.SetLineEnd(Port::Uart0, lineEnd);
+    first.SetLineEnd(Port::Uart1, other);
+    EXPECT_THROW(first.SetLineEnd(Port::Uart1, lineEnd), std::invalid_argument);
+    EXPECT_THROW(second.SetLineEnd(Port::Uart0, lineEnd), std::invalid_argument);
+    EXPECT_EQ(lineEnd->GetDetached(), 0);
+    EXPECT_EQ(other->GetDetached(), 0);
+
+    first.SetLineEnd(Port::Uart0, nullptr);
+    EXPECT_NO_THROW(second.SetLineEnd(Port::Uart0, lineEnd));
+}
+
+TEST(SimulatedDeviceLineTest, TakesTheFarEndThatSitsOnTheLineAlready)
+{
+    SimulatedDevice device;
+    const auto lineEnd = std::make_shared<TestLineEnd>();
+    device.SetLineEnd(Port::Uart0, lineEnd);
+    device.SetLineEnd(Port::Uart0, lineEnd);
+    EXPECT_EQ(lineEnd->GetDetached(), 1);
+    EXPECT_EQ(lineEnd->GetAttached(), 2);
+
+    SimulatedDevice other;
+    EXPECT_THROW(other.SetLineEnd(Port::Uart0, lineEnd), std::invalid_argument);
 }

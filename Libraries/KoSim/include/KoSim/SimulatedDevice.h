@@ -46,17 +46,19 @@ public:
     /// @{
 
     /// Puts a far end on a line, in place of the one before, which is detached. NULL leaves the line open. Must not be
-    /// called from inside a far end.
+    /// called from inside a far end. A far end sits on one line at a time.
+    /// @throws std::invalid_argument when it sits on another line; nothing changes then
     void SetLineEnd(Port aPort, std::shared_ptr<ILineEnd> aLineEnd);
 
     /// Puts a chip on the I2C bus that a bulk port drives while its "BulkMode" is "I2C", in place of the one before.
-    /// NULL takes the chip away. One chip may sit on several buses.
-    /// @throws std::invalid_argument when the port is a UART or the address is above 0x7F
+    /// NULL takes the chip away. One chip may sit on several buses of one device, which uses one at a time.
+    /// @throws std::invalid_argument when the port is a UART, the address is above 0x7F or the chip sits in another
+    ///         device; nothing changes then
     void SetI2cSlave(Port aPort, std::uint8_t aAddress, const std::shared_ptr<II2cSlave>& aSlave);
 
     /// Puts the chip on the SPI bus that a bulk port drives while its "BulkMode" is "SPI", in place of the one before.
-    /// NULL takes it away. One chip may sit on several buses.
-    /// @throws std::invalid_argument when the port is a UART
+    /// NULL takes it away. One chip may sit on several buses of one device, which uses one at a time.
+    /// @throws std::invalid_argument when the port is a UART or the chip sits in another device; nothing changes then
     void SetSpiSlave(Port aPort, const std::shared_ptr<ISpiSlave>& aSlave);
 
     /// Plugs the device in again; registers keep their values.
