@@ -51,7 +51,7 @@ std::shared_ptr<KoSim::I2cEeprom> MakeEeprom()
     KoSim::MemoryImage contents(EEPROM_SIZE);
     for (std::uint32_t i = 0; i < EEPROM_SIZE; ++i)
     {
-        contents[i] = static_cast<std::uint8_t>(i ^ i >> 8);
+        contents.Set(i, static_cast<std::uint8_t>(i ^ i >> 8));
     }
     return std::make_shared<KoSim::I2cEeprom>(KoSim::I2cEeprom::LARGE, std::move(contents));
 }

@@ -52,7 +52,7 @@ void I2cEeprom::Stop(Time aNow)
     }
     for (const auto& [address, byte] : mPending)
     {
-        mMemory[address] = byte;
+        mMemory.Set(address, byte);
     }
     mPending.clear();
     mBusyUntil = aNow + mWriteTime;

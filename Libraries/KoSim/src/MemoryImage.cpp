@@ -4,10 +4,10 @@
 
 #include <algorithm>
 #include <stdexcept>
-#include <vector>
+#include <system_error>
 
 #include <fcntl.h>
-#include <sys/mman.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 
 namespace KoSim
@@ -18,60 +18,109 @@ namespace
 constexpr std::uint8_t ERASED = 0xFF;
 constexpr mode_t READ_AND_WRITE_FOR_ALL = 0666;
 
-std::uint8_t* Map(std::size_t aSize, int aFlags, int aDescriptor, const std::string& aWhat)
+/// Keeps other processes from a file that one of them may have to fill first.
+class FileLock
 {
-    void* const bytes = ::mmap(nullptr, aSize, PROT_READ | PROT_WRITE, aFlags, aDescriptor, 0);
-    if (bytes == MAP_FAILED)
+public:
+    FileLock(int aFile, const std::string& aPath) : mFile(aFile)
     {
-        ThrowErrno(aWhat);
+        while (::flock(mFile, LOCK_EX) != 0)
+        {
+            if (errno != EINTR)
+            {
+                ThrowErrno("cannot lock " + aPath);
+            }
+        }
     }
-    return static_cast<std::uint8_t*>(bytes);
-}
+    ~FileLock() { ::flock(mFile, LOCK_UN); }
+    FileLock(const FileLock&) = delete;
+    FileLock& operator=(const FileLock&) = delete;
 
-void Erase(int aDescriptor, std::size_t aSize, const std::string& aPath)
-{
-    const std::vector<std::uint8_t> erased(aSize, ERASED);
-    // Written and not merely mapped: a full disk must show now, not when a chip is written.
-    if (::pwrite(aDescriptor, erased.data(), erased.size(), 0) != static_cast<ssize_t>(aSize))
-    {
-        ThrowErrno("cannot write " + aPath);
-    }
-}
+private:
+    const int mFile;
+};
 
-std::uint8_t* MapFile(std::size_t aSize, const std::string& aPath)
+std::size_t GetFileSize(int aFile)
 {
-    const FileDescriptor file(::open(aPath.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, READ_AND_WRITE_FOR_ALL),
-                              ("cannot open " + aPath).c_str());
     struct stat status = {};
-    if (::fstat(file.Get(), &status) != 0)
+    return ::fstat(aFile, &status) == 0 ? static_cast<std::size_t>(status.st_size) : 0;
+}
+
+/// Adds erased bytes until the file has aSize bytes; false when it cannot have as many.
+bool Fill(int aFile, std::size_t aSize)
+{
+    const std::vector<std::uint8_t> erased(4096, ERASED);
+    for (std::size_t size = GetFileSize(aFile); size < aSize;)
     {
-        ThrowErrno("cannot use " + aPath);
+        const std::size_t most = std::min(erased.size(), aSize - size);
+        const ssize_t written = ::pwrite(aFile, erased.data(), most, static_cast<off_t>(size));
+        if (written < 0)
+        {
+            return false;
+        }
+        size += static_cast<std::size_t>(written);
     }
-    if (status.st_size == 0)
+    return true;
+}
+
+/// Makes contents of an empty file, and refuses one that belongs to another chip.
+void Prepare(int aFile, std::size_t aSize, const std::string& aPath)
+{
+    const FileLock lock(aFile, aPath);
+    const std::size_t size = GetFileSize(aFile);
+    if (size != 0 && size != aSize)
     {
-        Erase(file.Get(), aSize, aPath);
-    }
-    else if (static_cast<std::size_t>(status.st_size) != aSize)
-    {
-        throw std::invalid_argument(aPath + " has " + std::to_string(status.st_size) + " bytes and not the " +
+        throw std::invalid_argument(aPath + " has " + std::to_string(size) + " bytes and not the " +
                                     std::to_string(aSize) + " of the chip");
     }
-    return Map(aSize, MAP_SHARED, file.Get(), "cannot use " + aPath);
+    if (!Fill(aFile, aSize))
+    {
+        const int reason = errno;
+        [[maybe_unused]] const int emptied = ::ftruncate(aFile, 0);
+        throw std::system_error(reason, std::generic_category(), "cannot write " + aPath);
+    }
 }
 
 } // namespace
 
-MemoryImage::MemoryImage(std::size_t aSize)
-    : mBytes(Map(aSize, MAP_PRIVATE | MAP_ANONYMOUS, -1, "cannot make room for a chip"), Unmap{aSize})
+MemoryImage::MemoryImage(std::size_t aSize) : mSize(aSize), mBytes(aSize, ERASED) {}
+
+MemoryImage::MemoryImage(std::size_t aSize, const std::string& aPath)
+    : mSize(aSize),
+      mFile(
+          std::make_unique<FileDescriptor>(::open(aPath.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, READ_AND_WRITE_FOR_ALL),
+                                           ("cannot open " + aPath).c_str()))
 {
-    std::fill_n(mBytes.get(), aSize, ERASED);
+    Prepare(mFile->Get(), aSize, aPath);
 }
 
-MemoryImage::MemoryImage(std::size_t aSize, const std::string& aPath) : mBytes(MapFile(aSize, aPath), Unmap{aSize}) {}
+MemoryImage::~MemoryImage() = default;
+MemoryImage::MemoryImage(MemoryImage&&) noexcept = default;
+MemoryImage& MemoryImage::operator=(MemoryImage&&) noexcept = default;
 
-void MemoryImage::Unmap::operator()(std::uint8_t* aBytes) const
+std::uint8_t MemoryImage::operator[](std::size_t aIndex) const
 {
-    ::munmap(aBytes, mSize);
+    if (mFile == nullptr)
+    {
+        return mBytes[aIndex];
+    }
+    // Read and not mapped: what is mapped ends the process when somebody cuts the file off.
+    std::uint8_t byte = ERASED;
+    return ::pread(mFile->Get(), &byte, 1, static_cast<off_t>(aIndex)) == 1 ? byte : ERASED;
+}
+
+void MemoryImage::Set(std::size_t aIndex, std::uint8_t aByte)
+{
+    if (mFile == nullptr)
+    {
+        mBytes[aIndex] = aByte;
+        return;
+    }
+    if (GetFileSize(mFile->Get()) < mSize)
+    {
+        Fill(mFile->Get(), mSize);
+    }
+    [[maybe_unused]] const ssize_t written = ::pwrite(mFile->Get(), &aByte, 1, static_cast<off_t>(aIndex));
 }
 
 } // namespace KoSim

@@ -125,7 +125,7 @@ void SpiFlash::ProgramPage(Time aNow)
     }
     for (const auto& [address, byte] : mPage)
     {
-        mMemory[address] &= byte;
+        mMemory.Set(address, mMemory[address] & byte);
     }
     mWriteEnabled = false;
     mBusyUntil = aNow + mTiming.mPageProgram;
@@ -141,7 +141,7 @@ void SpiFlash::EraseSector(Time aNow)
     const std::size_t sector = mAddress / SECTOR_SIZE * SECTOR_SIZE;
     for (std::size_t address = sector; address < sector + SECTOR_SIZE; ++address)
     {
-        mMemory[address] = ERASED;
+        mMemory.Set(address, ERASED);
     }
     mWriteEnabled = false;
     mBusyUntil = aNow + mTiming.mSectorErase;

@@ -6,9 +6,12 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace KoSim
 {
+
+class FileDescriptor;
 
 /// The contents of a memory chip; every byte is 0xFF at first, as in an erased chip.
 class KO_SIM_API MemoryImage
@@ -18,24 +21,27 @@ public:
     explicit MemoryImage(std::size_t aSize);
 
     /// Contents that are those of a file, at any time and for everyone who has the same file open. The file is made
-    /// when there is none, or an empty one.
-    /// @throws std::system_error when the file cannot be made or used
+    /// when there is none, or an empty one; several processes may do so at once.
+    ///
+    /// Bytes that somebody cuts off the file while it is in use read as erased; the next write makes the file as long
+    /// as before.
+    /// @throws std::system_error when the file cannot be made or used; a new file is empty then
     /// @throws std::invalid_argument when it has another size
     MemoryImage(std::size_t aSize, const std::string& aPath);
 
-    std::size_t GetSize() const { return mBytes.get_deleter().mSize; }
+    ~MemoryImage();
+    MemoryImage(MemoryImage&&) noexcept;
+    MemoryImage& operator=(MemoryImage&&) noexcept;
 
-    std::uint8_t& operator[](std::size_t aIndex) { return mBytes.get()[aIndex]; }
-    std::uint8_t operator[](std::size_t aIndex) const { return mBytes.get()[aIndex]; }
+    std::size_t GetSize() const { return mSize; }
+
+    std::uint8_t operator[](std::size_t aIndex) const;
+    void Set(std::size_t aIndex, std::uint8_t aByte);
 
 private:
-    struct KO_SIM_API Unmap
-    {
-        void operator()(std::uint8_t* aBytes) const;
-        std::size_t mSize;
-    };
-
-    std::unique_ptr<std::uint8_t, Unmap> mBytes;
+    std::size_t mSize;
+    std::vector<std::uint8_t> mBytes;      ///< without a file
+    std::unique_ptr<FileDescriptor> mFile; ///< with one
 };
 
 } // namespace KoSim
