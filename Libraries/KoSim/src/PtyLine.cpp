@@ -7,7 +7,13 @@ namespace KoSim
 
 PtyLine::PtyLine(const std::string& aLink) : mTerminal(std::make_unique<PtyTerminal>(aLink)) {}
 
-PtyLine::~PtyLine() = default;
+PtyLine::~PtyLine()
+{
+    if (mTerminal->IsLeft())
+    {
+        [[maybe_unused]] const PtyTerminal* const leftToTheParent = mTerminal.release();
+    }
+}
 
 const std::string& PtyLine::GetPath() const
 {

@@ -1,5 +1,7 @@
 #include "PtyTerminal.h"
 
+#include "TerminalMark.h"
+
 #include <algorithm>
 #include <array>
 #include <chrono>
@@ -38,15 +40,12 @@ std::string GetSlavePath(int aMaster)
     return path.data();
 }
 
-/// Opens a terminal and makes it raw, before anybody can find it.
-int OpenRaw(const std::string& aPath)
+void MakeRaw(int aTerminal)
 {
-    const int terminal = ::open(aPath.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
     termios settings{};
-    ::tcgetattr(terminal, &settings);
+    ::tcgetattr(aTerminal, &settings);
     ::cfmakeraw(&settings);
-    ::tcsetattr(terminal, TCSANOW, &settings);
-    return terminal;
+    ::tcsetattr(aTerminal, TCSANOW, &settings);
 }
 
 /// Makes the kernel hand on to a terminal what was written on its other side.
@@ -61,10 +60,13 @@ void Deliver(int aTerminal)
 PtyTerminal::PtyTerminal(const std::string& aLink)
     : mMaster(::posix_openpt(O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC), "cannot open a pseudo-terminal"),
       mPath(GetSlavePath(mMaster.Get())),
-      mSlave(OpenRaw(mPath), "cannot open a pseudo-terminal"),
-      mWake(::eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC), "cannot make an event descriptor"),
-      mLink(aLink, mPath)
+      mSlave(::open(mPath.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC), "cannot open a pseudo-terminal"),
+      mWake(::eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC), "cannot make an event descriptor")
 {
+    // Before anybody can find it.
+    MakeRaw(mSlave.Get());
+    MarkTerminal(mSlave.Get());
+    mLink.emplace(aLink, mPath);
 }
 
 PtyTerminal::~PtyTerminal()

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "FileDescriptor.h"
+#include "OwnProcess.h"
 #include "SymbolicLink.h"
 
 #include <KoSim/ILineEnd.h>
@@ -9,6 +10,7 @@
 #include <cstdint>
 #include <deque>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <thread>
 #include <vector>
@@ -29,6 +31,9 @@ public:
 
     PtyTerminal(const PtyTerminal&) = delete;
     PtyTerminal& operator=(const PtyTerminal&) = delete;
+
+    /// True in a child of the process that made this object: there is no thread here, and nothing can be destroyed.
+    bool IsLeft() const { return mProcess.IsLeft(); }
 
     const std::string& GetPath() const { return mPath; }
     std::uint64_t GetLostBytes();
@@ -60,7 +65,8 @@ private:
     const std::string mPath;
     const FileDescriptor mSlave;
     const FileDescriptor mWake;
-    const SymbolicLink mLink;
+    std::optional<SymbolicLink> mLink;
+    const OwnProcess mProcess;
     ILine* mLine = nullptr;
     std::mutex mMutex; ///< guards what follows; held while the line is held back or released
     std::deque<std::uint8_t> mOutgoing;

@@ -67,7 +67,13 @@ SimulatedDevice::SimulatedDevice(const DeviceProfile& aProfile)
 {
 }
 
-SimulatedDevice::~SimulatedDevice() = default;
+SimulatedDevice::~SimulatedDevice()
+{
+    if (mRunner->IsLeft())
+    {
+        [[maybe_unused]] const DeviceRunner* const leftToTheParent = mRunner.release();
+    }
+}
 
 void SimulatedDevice::SetLineEnd(Port aPort, std::shared_ptr<ILineEnd> aLineEnd)
 {

@@ -1,10 +1,26 @@
 #include "SymbolicLink.h"
 
+#include "TerminalMark.h"
+
 #include <filesystem>
 #include <system_error>
 
 namespace KoSim
 {
+namespace
+{
+
+const char* const TERMINALS = "/dev/pts/";
+
+/// True when a path is a link that whoever made it has left behind.
+bool IsStaleLink(const std::string& aPath)
+{
+    std::error_code ignored;
+    const std::string target = std::filesystem::read_symlink(aPath, ignored);
+    return target.rfind(TERMINALS, 0) == 0 && !IsTerminalInUse(target);
+}
+
+} // namespace
 
 SymbolicLink::SymbolicLink(const std::string& aPath, const std::string& aTarget) : mPath(aPath), mTarget(aTarget)
 {
@@ -12,9 +28,9 @@ SymbolicLink::SymbolicLink(const std::string& aPath, const std::string& aTarget)
     {
         return;
     }
-    std::error_code ignored;
-    if (std::filesystem::is_symlink(mPath, ignored) && !std::filesystem::exists(mPath, ignored))
+    if (IsStaleLink(mPath))
     {
+        std::error_code ignored;
         std::filesystem::remove(mPath, ignored);
     }
     std::error_code failure;
@@ -28,7 +44,7 @@ SymbolicLink::SymbolicLink(const std::string& aPath, const std::string& aTarget)
 SymbolicLink::~SymbolicLink()
 {
     std::error_code ignored;
-    if (!mPath.empty() && std::filesystem::read_symlink(mPath, ignored) == mTarget)
+    if (!mPath.empty() && !mProcess.IsLeft() && std::filesystem::read_symlink(mPath, ignored) == mTarget)
     {
         std::filesystem::remove(mPath, ignored);
     }

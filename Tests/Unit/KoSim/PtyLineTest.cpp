@@ -1,7 +1,9 @@
 #include <KoSim/PtyLine.h>
 
 #include "FakeLine.h"
+#include "ForeignTerminal.h"
 #include "PtyProgram.h"
+#include "RunInChild.h"
 #include "TemporaryFolder.h"
 #include "WaitUntil.h"
 
@@ -12,6 +14,9 @@
 #include <optional>
 #include <system_error>
 #include <thread>
+
+#include <sys/resource.h>
+#include <unistd.h>
 
 using namespace KoSim;
 namespace fs = std::filesystem;
@@ -33,6 +38,26 @@ std::string MakeText(std::size_t aLength)
     }
     return text;
 }
+
+/// Lets this process open so many more files.
+class DescriptorLimit
+{
+public:
+    explicit DescriptorLimit(rlim_t aCount)
+    {
+        ::getrlimit(RLIMIT_NOFILE, &mPrevious);
+        const int next = ::dup(STDIN_FILENO);
+        ::close(next);
+        const rlimit limit{static_cast<rlim_t>(next) + aCount, mPrevious.rlim_max};
+        ::setrlimit(RLIMIT_NOFILE, &limit);
+    }
+    ~DescriptorLimit() { ::setrlimit(RLIMIT_NOFILE, &mPrevious); }
+    DescriptorLimit(const DescriptorLimit&) = delete;
+    DescriptorLimit& operator=(const DescriptorLimit&) = delete;
+
+private:
+    rlimit mPrevious{};
+};
 
 bool WaitForSent(FakeLine& aLine, std::size_t aLength)
 {
@@ -252,14 +277,44 @@ TEST(PtyLineTest, MakesALinkToItsTerminalForAsLongAsItLives)
     EXPECT_FALSE(fs::is_symlink(path));
 }
 
-TEST(PtyLineTest, ReplacesALinkThatPointsNowhere)
+TEST(PtyLineTest, ReplacesALinkThatWasLeftBehind)
 {
     const TemporaryFolder folder;
+    const ForeignTerminal terminal;
     const std::string path = folder / "tty";
-    fs::create_symlink(folder / "gone", path);
+    fs::create_symlink(terminal.GetPath(), path);
     const PtyLine pty(path);
 
     EXPECT_EQ(fs::read_symlink(path), pty.GetPath());
+}
+
+TEST(PtyLineTest, SaysWhyATerminalCannotBeOpened)
+{
+    try
+    {
+        const DescriptorLimit limit(1);
+        const PtyLine pty;
+        FAIL();
+    }
+    catch (const std::system_error& error)
+    {
+        EXPECT_EQ(error.code(), std::errc::too_many_files_open) << error.what();
+    }
+}
+
+TEST(PtyLineTest, IsLeftToTheParentByAChild)
+{
+    const TemporaryFolder folder;
+    const std::string path = folder / "tty";
+    FakeLine line;
+    std::optional<PtyLine> pty(std::in_place, path);
+    pty->Attach(line);
+    EXPECT_TRUE(RunInChild([&] { pty.reset(); }));
+
+    EXPECT_EQ(fs::read_symlink(path), pty->GetPath());
+    PtyProgram(path).Write("A");
+    EXPECT_TRUE(WaitForSent(line, 1));
+    pty->Detach();
 }
 
 TEST(PtyLineTest, RefusesToTakeThePlaceOfSomethingElse)

@@ -1,12 +1,20 @@
 #include <KoSim/SimulatedDevice.h>
 
 #include "Registers.h"
+#include "RunInChild.h"
 #include "TestEventSink.h"
 #include "TestLineEnd.h"
+
+#include <KoSim/I2cThermometer.h>
+#include <KoSim/MemoryImage.h>
+#include <KoSim/SpiFlash.h>
 
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <future>
+#include <memory>
+#include <optional>
 #include <set>
 #include <stdexcept>
 #include <string>
@@ -244,4 +252,54 @@ TEST(SimulatedDeviceTest, CanBeDestroyedWhileItIsFrozen)
     SimulatedDevice device;
     device.Freeze(true);
     device.WriteRegister(REG_UART0_DATA, 'A');
+}
+
+TEST(SimulatedDeviceTest, IsLeftToTheParentByAChild)
+{
+    std::promise<void> entered;
+    std::promise<void> release;
+    const auto lineEnd = std::make_shared<TestLineEnd>(
+        [&](const std::string&)
+        {
+            entered.set_value();
+            release.get_future().wait();
+        });
+    std::optional<SimulatedDevice> device(std::in_place);
+    device->SetLineEnd(Port::Uart0, lineEnd);
+    device->WriteRegister(REG_UART0_DATA, 'A');
+    entered.get_future().wait();
+    EXPECT_TRUE(RunInChild([&] { device.reset(); }));
+
+    release.set_value();
+    EXPECT_TRUE(lineEnd->WaitForReceived("A"));
+}
+
+TEST(SimulatedDeviceTest, RefusesAChipThatSitsInAnotherDevice)
+{
+    const auto i2cChip = std::make_shared<I2cThermometer>();
+    const auto spiChip = std::make_shared<SpiFlash>(MemoryImage(SpiFlash::SIZE), SpiFlash::Timing());
+    std::optional<SimulatedDevice> first(std::in_place);
+    SimulatedDevice second;
+    first->SetI2cSlave(Port::Bulk0, 0x48, i2cChip);
+    first->SetI2cSlave(Port::Bulk1, 0x49, i2cChip);
+    first->SetSpiSlave(Port::Bulk0, spiChip);
+    EXPECT_THROW(second.SetI2cSlave(Port::Bulk0, 0x48, i2cChip), std::invalid_argument);
+    EXPECT_THROW(second.SetSpiSlave(Port::Bulk0, spiChip), std::invalid_argument);
+
+    first->SetI2cSlave(Port::Bulk0, 0x48, nullptr);
+    EXPECT_THROW(second.SetI2cSlave(Port::Bulk0, 0x48, i2cChip), std::invalid_argument);
+    first->SetI2cSlave(Port::Bulk1, 0x49, nullptr);
+    EXPECT_NO_THROW(second.SetI2cSlave(Port::Bulk0, 0x48, i2cChip));
+    first.reset();
+    EXPECT_NO_THROW(second.SetSpiSlave(Port::Bulk0, spiChip));
+}
+
+TEST(SimulatedDeviceTest, DoesNotKeepAChipThatItHasRefused)
+{
+    const auto chip = std::make_shared<I2cThermometer>();
+    SimulatedDevice first;
+    SimulatedDevice second;
+    EXPECT_THROW(first.SetI2cSlave(Port::Uart0, 0x48, chip), std::invalid_argument);
+
+    EXPECT_NO_THROW(second.SetI2cSlave(Port::Bulk0, 0x48, chip));
 }

@@ -1,5 +1,7 @@
 #include "SymbolicLink.h"
 
+#include "ForeignTerminal.h"
+#include "RunInChild.h"
 #include "TemporaryFolder.h"
 
 #include <gtest/gtest.h>
@@ -36,10 +38,35 @@ TEST_F(SymbolicLinkTest, IsNotMadeForAnEmptyPath)
     EXPECT_NO_THROW(SymbolicLink("", mTarget));
 }
 
-TEST_F(SymbolicLinkTest, ReplacesALinkThatPointsNowhere)
+TEST_F(SymbolicLinkTest, ReplacesALinkToATerminalThatIsGone)
+{
+    fs::create_symlink("/dev/pts/999999", mPath);
+    const SymbolicLink link(mPath, mTarget);
+
+    EXPECT_EQ(fs::read_symlink(mPath), mTarget);
+}
+
+TEST_F(SymbolicLinkTest, ReplacesALinkToATerminalThatSomebodyElseHasByNow)
+{
+    const ForeignTerminal terminal;
+    fs::create_symlink(terminal.GetPath(), mPath);
+    const SymbolicLink link(mPath, mTarget);
+
+    EXPECT_EQ(fs::read_symlink(mPath), mTarget);
+}
+
+TEST_F(SymbolicLinkTest, LeavesALinkInItsPlaceAloneThatPointsToAFileThatIsMissing)
 {
     fs::create_symlink(mFolder / "gone", mPath);
-    const SymbolicLink link(mPath, mTarget);
+
+    EXPECT_THROW(SymbolicLink(mPath, mTarget), std::system_error);
+    EXPECT_EQ(fs::read_symlink(mPath), mFolder / "gone");
+}
+
+TEST_F(SymbolicLinkTest, StaysWhenAChildOfItsProcessEnds)
+{
+    std::optional<SymbolicLink> link(std::in_place, mPath, mTarget);
+    EXPECT_TRUE(RunInChild([&] { link.reset(); }));
 
     EXPECT_EQ(fs::read_symlink(mPath), mTarget);
 }

@@ -22,11 +22,13 @@ class KO_SIM_API PtyLine : public ILineEnd
 {
 public:
     /// Opens a pseudo-terminal.
-    /// @param aLink path of a symbolic link to make to the terminal, removed on destruction; empty for none. A link
-    /// that
-    ///        points nowhere is replaced.
+    /// @param aLink path of a symbolic link to make to the terminal, removed on destruction; empty for none. A link to
+    ///        a pseudo-terminal that no PtyLine has open is replaced; anything else there is left alone.
     /// @throws std::system_error when there is no terminal to be had or the link cannot be made
     explicit PtyLine(const std::string& aLink = std::string());
+
+    /// In a child of the process that opened the terminal this does nothing: the terminal and its link are the
+    /// parent's. The child must not use its copy otherwise.
     ~PtyLine() override;
 
     PtyLine(const PtyLine&) = delete;
@@ -46,7 +48,7 @@ public:
     void Receive(const std::uint8_t* aData, std::size_t aLength) override;
 
 private:
-    const std::unique_ptr<PtyTerminal> mTerminal;
+    std::unique_ptr<PtyTerminal> mTerminal;
 };
 
 } // namespace KoSim

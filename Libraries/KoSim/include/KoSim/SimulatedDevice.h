@@ -37,6 +37,9 @@ public:
     explicit SimulatedDevice(const DeviceProfile& aProfile = DeviceProfile());
 
     /// Detaches the far ends and stops. No sink is called any more.
+    ///
+    /// In a child of the process that made the device this does nothing: fork() leaves the thread of the device and the
+    /// far ends with the parent. The child must not use its copy otherwise.
     ~SimulatedDevice() override;
 
     SimulatedDevice(const SimulatedDevice&) = delete;
@@ -139,7 +142,7 @@ private:
     KoResult WithBlock(const KoString& aName, Access aAccess);
 
     const DeviceProfile mProfile;
-    const std::unique_ptr<DeviceRunner> mRunner;
+    std::unique_ptr<DeviceRunner> mRunner;
 };
 
 } // namespace KoSim
