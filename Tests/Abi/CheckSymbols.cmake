@@ -1,5 +1,5 @@
 # cmake -DNM=... -DLIBRARY=... -DEXPECTED=... -P CheckSymbols.cmake: compares what a library exports with a list. With
-# -DUPDATE=ON it writes the list.
+# -DUPDATE=ON it writes the list. With -DNAMESPACE=... in place of a list, it looks for exports of anything else.
 cmake_minimum_required(VERSION 3.25)
 
 execute_process(COMMAND ${NM} --dynamic --defined-only --demangle ${LIBRARY} OUTPUT_VARIABLE exported
@@ -9,6 +9,14 @@ string(REGEX REPLACE "[0-9a-f]+ [A-Za-z] ([^\n]*)\n" "\\1;" exported "${exported
 list(REMOVE_DUPLICATES exported)
 list(SORT exported)
 list(FILTER exported EXCLUDE REGEX "^$")
+if(NAMESPACE)
+    list(FILTER exported EXCLUDE REGEX "^((typeinfo|typeinfo name|vtable) for )?${NAMESPACE}::")
+    if(exported)
+        list(JOIN exported "\n" exported)
+        message(FATAL_ERROR "the library exports more than ${NAMESPACE}:\n${exported}")
+    endif()
+    return()
+endif()
 string(REPLACE ";" "\n" exported "${exported}\n")
 if(UPDATE)
     file(WRITE ${EXPECTED} "${exported}")
