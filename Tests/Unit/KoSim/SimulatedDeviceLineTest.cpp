@@ -1,8 +1,11 @@
 #include <KoSim/SimulatedDevice.h>
 
+#include "PtyProgram.h"
 #include "Registers.h"
 #include "TestEventSink.h"
 #include "TestLineEnd.h"
+
+#include <KoSim/PtyLine.h>
 
 #include <gtest/gtest.h>
 
@@ -12,6 +15,7 @@
 #include <stdexcept>
 #include <string>
 #include <thread>
+#include <vector>
 
 using namespace KoSim;
 
@@ -344,4 +348,32 @@ TEST(SimulatedDeviceLineTest, TakesTheFarEndThatSitsOnTheLineAlready)
 
     SimulatedDevice other;
     EXPECT_THROW(other.SetLineEnd(Port::Uart0, lineEnd), std::invalid_argument);
+}
+
+TEST(SimulatedDeviceLineTest, LosesNothingToAProgramThatReadsLate)
+{
+    constexpr int FRAMES = 1200;
+    std::vector<std::uint8_t> frame = {0, 0, 0, 0, 0, 0, 0x03, 0xE8};
+    frame.resize(frame.size() + 1000, 'x');
+    const auto pty = std::make_shared<PtyLine>();
+    SimulatedDevice device;
+    device.SetLineEnd(Port::Bulk3, pty);
+    std::thread host(
+        [&]
+        {
+            for (int i = 0; i < FRAMES; ++i)
+            {
+                const auto length = static_cast<std::int64_t>(frame.size());
+                EXPECT_TRUE(device.SetGenRegisterData("Bulk3DownstreamData", frame.data(), length).IsOK());
+                EXPECT_TRUE(device.WaitForIdle(30000).IsOK());
+            }
+        });
+    PtyProgram program(pty->GetPath());
+    EXPECT_TRUE(WaitUntil([&] { return device.GetLineStatistics(Port::Bulk3).mSentBytes > (1 << 20); }));
+    EXPECT_EQ(program.Read(FRAMES * 1000), std::string(FRAMES * 1000, 'x'));
+    host.join();
+    device.SetLineEnd(Port::Bulk3, nullptr);
+
+    EXPECT_EQ(pty->GetLostBytes(), 0U);
+    EXPECT_EQ(device.GetLineStatistics(Port::Bulk3).mTxOverruns, 0U);
 }
