@@ -26,7 +26,8 @@ constexpr const char* DEVICE_HELP =
 
 constexpr const char* FOOTER =
     "Ports are uart0, uart1 and bulk0 to bulk7.\n"
-    "The numbers of the commands for buses can be decimal, 0x... or 0b...\n"
+    "Numbers are decimal (80), hexadecimal (0x50) or binary (0b1010000); 010 is refused, because some programs take\n"
+    "it for eight.\n"
     "Exit status: 0 success, 1 the device or a file failed, 2 wrong usage, 130 after Ctrl-C.\n"
     "The environment variable KO_LOG (error, warning, info, debug) shows the log of the library.\n";
 

@@ -185,11 +185,7 @@ void AddConfigCommand(CLI::App& aApp, const std::string& aDeviceUri)
 {
     const auto options = std::make_shared<ConfigOptions>();
     CLI::App* const command = aApp.add_subcommand("config", "Show and change the settings of a port of the device");
-    command
-        ->add_option_function<std::string>(
-            "PORT", [options](const std::string& aName) { options->mPort = ParsePortName(aName); }, "The port")
-        ->required()
-        ->type_name("");
+    AddPort(*command, options->mPort);
     AddNumber(*command, "--baud", "The rate in bit/s; a bulk port becomes a UART", {1, 0xFFFFFFFF},
               options->mChanges.mBaudRate);
     command

@@ -1,9 +1,9 @@
 #include "DeviceUri.h"
 
 #include "Failure.h"
+#include "Numbers.h"
 #include "PortNames.h"
 
-#include <charconv>
 #include <map>
 #include <set>
 #include <vector>
@@ -14,8 +14,7 @@ namespace
 {
 
 /// The range of speeds that POSIX terminals know.
-constexpr std::uint32_t SLOWEST_BAUD_RATE = 50;
-constexpr std::uint32_t FASTEST_BAUD_RATE = 4000000;
+constexpr NumberRange BAUD_RATES = {50, 4000000};
 
 const std::string PTY_WITH_LINK = "pty:";
 const std::string LOOPBACK_WITH_RATE = "loopback:";
@@ -35,15 +34,7 @@ Failure MakeValueFailure(const Setting& aSetting, const std::string& aAccepted)
 
 std::uint32_t ParseBaudRate(const Setting& aSetting)
 {
-    std::uint32_t rate = 0;
-    const char* const end = aSetting.mValue.data() + aSetting.mValue.size();
-    const std::from_chars_result parsed = std::from_chars(aSetting.mValue.data(), end, rate);
-    if (parsed.ec != std::errc() || parsed.ptr != end || rate < SLOWEST_BAUD_RATE || rate > FASTEST_BAUD_RATE)
-    {
-        throw MakeValueFailure(aSetting, "a number from " + std::to_string(SLOWEST_BAUD_RATE) + " to " +
-                                             std::to_string(FASTEST_BAUD_RATE));
-    }
-    return rate;
+    return static_cast<std::uint32_t>(ParseNumber("device: " + aSetting.mKey, aSetting.mValue, BAUD_RATES));
 }
 
 /// True when there is something behind the prefix.

@@ -37,7 +37,8 @@ std::uint8_t ParseAddress(const std::string& aWord, std::optional<std::uint8_t> 
 
 std::uint32_t ParseLength(const std::string& aWord, NumberRange aRange)
 {
-    return ParseNumber("the length of '" + aWord + "'", aWord.substr(1, aWord.find('@') - 1), aRange);
+    return static_cast<std::uint32_t>(
+        ParseNumber("the length of '" + aWord + "'", aWord.substr(1, aWord.find('@') - 1), aRange));
 }
 
 /// Takes the bytes of a write off the words behind it.

@@ -29,11 +29,16 @@ void SetOnce(std::optional<Value>& aSetting, const std::string& aKey, Value aVal
     aSetting = std::move(aValue);
 }
 
+std::uint32_t ToNumber(const std::string& aKey, const std::string& aValue, NumberRange aRange)
+{
+    return static_cast<std::uint32_t>(ParseNumber(aKey, aValue, aRange));
+}
+
 void Apply(PortSettings& aSettings, const std::string& aKey, const std::string& aValue)
 {
     if (aKey == "baud")
     {
-        SetOnce(aSettings.mBaudRate, aKey, ParseNumber(aKey, aValue, BAUD_RATES));
+        SetOnce(aSettings.mBaudRate, aKey, ToNumber(aKey, aValue, BAUD_RATES));
     }
     else if (aKey == "parity")
     {
@@ -41,7 +46,7 @@ void Apply(PortSettings& aSettings, const std::string& aKey, const std::string& 
     }
     else if (aKey == "stop-bits")
     {
-        SetOnce(aSettings.mStopBits, aKey, ParseNumber(aKey, aValue, STOP_BITS));
+        SetOnce(aSettings.mStopBits, aKey, ToNumber(aKey, aValue, STOP_BITS));
     }
     else if (aKey == "bulk-mode")
     {

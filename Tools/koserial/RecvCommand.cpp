@@ -1,17 +1,18 @@
 #include "RecvCommand.h"
 
 #include "Commands.h"
+#include "CommonOptions.h"
 #include "Exchange.h"
 #include "Failure.h"
 #include "OpenPort.h"
 #include "OutputFile.h"
-#include "PortNames.h"
 #include "Receiver.h"
 #include "SimulatedSetup.h"
 
 #include <CLI/CLI.hpp>
 
 #include <iostream>
+#include <limits>
 #include <memory>
 
 namespace KoTool
@@ -19,9 +20,11 @@ namespace KoTool
 namespace
 {
 
+constexpr NumberRange COUNTS = {1, std::numeric_limits<std::int64_t>::max()};
+
 struct RecvOptions
 {
-    std::string mPort;
+    KoDeviceSerial mPort = KoDeviceSerialInvalid;
     std::string mOutput = STANDARD_STREAM;
     std::uint64_t mCount = 0;
     std::uint32_t mTimeoutMs = 0;
@@ -29,14 +32,9 @@ struct RecvOptions
 
 void RunRecv(const std::string& aDeviceUri, const RecvOptions& aOptions)
 {
-    const KoDeviceSerial port = ParsePortName(aOptions.mPort);
-    if (aOptions.mCount == 0)
-    {
-        throw MakeUsageFailure("--bytes must be 1 or more");
-    }
     SimulatedSetup setup(ParseDeviceUri(aDeviceUri));
     OutputFile output(aOptions.mOutput);
-    WithOpenPort(setup, port,
+    WithOpenPort(setup, aOptions.mPort,
                  [&](OpenPort& aPort) { ReceiveBytes(aPort, output, aOptions.mCount, aOptions.mTimeoutMs); });
 }
 
@@ -65,13 +63,11 @@ void AddRecvCommand(CLI::App& aApp, const std::string& aDeviceUri)
 {
     const auto options = std::make_shared<RecvOptions>();
     CLI::App* const command = aApp.add_subcommand("recv", "Receive a number of bytes");
-    command->add_option("PORT", options->mPort, "The port")->required()->type_name("");
-    command->add_option("--bytes", options->mCount, "How many bytes to receive, 1 or more")->required()->type_name("N");
-    command
-        ->add_option("--timeout", options->mTimeoutMs,
-                     "Give up when nothing has come for this long, in milliseconds; 0: take what is there")
-        ->required()
-        ->type_name("MS");
+    AddPort(*command, options->mPort);
+    AddNumber(*command, "--bytes", "How many bytes to receive, 1 or more", COUNTS, options->mCount)->required();
+    AddTimeout(*command, "Give up when nothing has come for this long, in milliseconds; 0: take what is there",
+               options->mTimeoutMs)
+        ->required();
     command->add_option("--output", options->mOutput, "Where to write them; - for standard output")
         ->type_name("FILE")
         ->capture_default_str();

@@ -1,11 +1,11 @@
 #include "SendCommand.h"
 
 #include "Commands.h"
+#include "CommonOptions.h"
 #include "Exchange.h"
 #include "InputFile.h"
 #include "OpenPort.h"
 #include "OutputFile.h"
-#include "PortNames.h"
 #include "ProgressBar.h"
 #include "Receiver.h"
 #include "Sender.h"
@@ -24,7 +24,7 @@ namespace
 
 struct SendOptions
 {
-    std::string mPort;
+    KoDeviceSerial mPort = KoDeviceSerialInvalid;
     std::string mInput;
     std::optional<std::string> mOutput;
     std::uint32_t mTimeoutMs = 500;
@@ -32,7 +32,6 @@ struct SendOptions
 
 void RunSend(const std::string& aDeviceUri, const SendOptions& aOptions)
 {
-    const KoDeviceSerial port = ParsePortName(aOptions.mPort);
     SimulatedSetup setup(ParseDeviceUri(aDeviceUri));
     InputFile input(aOptions.mInput);
     std::optional<OutputFile> output;
@@ -40,7 +39,7 @@ void RunSend(const std::string& aDeviceUri, const SendOptions& aOptions)
     {
         output.emplace(*aOptions.mOutput, &input);
     }
-    WithOpenPort(setup, port,
+    WithOpenPort(setup, aOptions.mPort,
                  [&](OpenPort& aPort) { SendInput(aPort, input, output ? &*output : nullptr, aOptions.mTimeoutMs); });
 }
 
@@ -72,16 +71,15 @@ void AddSendCommand(CLI::App& aApp, const std::string& aDeviceUri)
 {
     const auto options = std::make_shared<SendOptions>();
     CLI::App* const command = aApp.add_subcommand("send", "Send a file");
-    command->add_option("PORT", options->mPort, "The port")->required()->type_name("");
+    AddPort(*command, options->mPort);
     command->add_option("FILE", options->mInput, "The file; - for standard input")->required()->type_name("");
     command->add_option("--receive", options->mOutput, "Collect in this file what comes back; - for standard output")
         ->type_name("OUT");
-    command
-        ->add_option("--timeout", options->mTimeoutMs,
-                     "With --receive: end when nothing has come for this long after the sending, in milliseconds;\n"
-                     "0: right after the sending")
-        ->type_name("MS")
-        ->capture_default_str();
+    AddTimeout(*command,
+               "With --receive: end when nothing has come for this long after the sending, in milliseconds;\n"
+               "0: right after the sending",
+               options->mTimeoutMs)
+        ->default_str("500");
     command->callback([options, &aDeviceUri] { RunSend(aDeviceUri, *options); });
 }
 

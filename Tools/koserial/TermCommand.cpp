@@ -1,9 +1,9 @@
 #include "Commands.h"
+#include "CommonOptions.h"
 #include "Exchange.h"
 #include "InputFile.h"
 #include "OpenPort.h"
 #include "OutputFile.h"
-#include "PortNames.h"
 #include "RawTerminal.h"
 #include "Receiver.h"
 #include "Sender.h"
@@ -24,7 +24,7 @@ namespace
 
 struct TermOptions
 {
-    std::string mPort;
+    KoDeviceSerial mPort = KoDeviceSerialInvalid;
     std::uint32_t mTimeoutMs = 500;
 };
 
@@ -51,9 +51,8 @@ void TalkAtTerminal(OpenPort& aPort)
 
 void RunTerm(const std::string& aDeviceUri, const TermOptions& aOptions)
 {
-    const KoDeviceSerial port = ParsePortName(aOptions.mPort);
     SimulatedSetup setup(ParseDeviceUri(aDeviceUri));
-    WithOpenPort(setup, port,
+    WithOpenPort(setup, aOptions.mPort,
                  [&](OpenPort& aPort)
                  {
                      if (::isatty(STDIN_FILENO) != 0)
@@ -72,13 +71,12 @@ void AddTermCommand(CLI::App& aApp, const std::string& aDeviceUri)
 {
     const auto options = std::make_shared<TermOptions>();
     CLI::App* const command = aApp.add_subcommand("term", "Talk to a port from the terminal; Ctrl-] leaves");
-    command->add_option("PORT", options->mPort, "The port")->required()->type_name("");
-    command
-        ->add_option("--timeout", options->mTimeoutMs,
-                     "When standard input is no terminal: end when nothing has come for this long after its end, in\n"
-                     "milliseconds; 0: right after its end")
-        ->type_name("MS")
-        ->capture_default_str();
+    AddPort(*command, options->mPort);
+    AddTimeout(*command,
+               "When standard input is no terminal: end when nothing has come for this long after its end, in\n"
+               "milliseconds; 0: right after its end",
+               options->mTimeoutMs)
+        ->default_str("500");
     command->callback([options, &aDeviceUri] { RunTerm(aDeviceUri, *options); });
 }
 

@@ -82,7 +82,7 @@ TEST(DeviceUri, TakesALoopbackWithARateOfItsOwn)
     EXPECT_EQ(uri.mFarEnds[0].mBaudRate, 9600U);
     EXPECT_EQ(uri.mFarEnds[1].mBaudRate, 0U);
     EXPECT_EQ(GetComplaint("sim,uart0=loopback:fast"),
-              "device: uart0 cannot be 'fast': it can be a number from 50 to 4000000");
+              "device: uart0 cannot be 'fast': it can be a number from 50 (0x32) to 4000000 (0x3d0900)");
 }
 
 TEST(DeviceUri, TakesTheBaudRatesOfTerminals)
@@ -141,7 +141,7 @@ TEST(DeviceUri, NamesTheRangeOfBaudRates)
     for (const std::string rate : {"", "0", "49", "4000001", "-9600", "9600x", " 9600", "99999999999"})
     {
         EXPECT_EQ(GetComplaint("sim,baud=" + rate),
-                  "device: baud cannot be '" + rate + "': it can be a number from 50 to 4000000");
+                  "device: baud cannot be '" + rate + "': it can be a number from 50 (0x32) to 4000000 (0x3d0900)");
     }
 }
 

@@ -51,13 +51,42 @@ TEST(Usage, NamesTheArgumentThatIsMissing)
     EXPECT_EQ(GetComplaint({"--device"}), "--device: 1 required URI missing");
 }
 
-TEST(Usage, RefusesWhatIsNoNumber)
+TEST(Usage, TellsTheRangeOfANumberInEveryCommand)
 {
-    EXPECT_EQ(GetComplaint({"recv", "uart0", "--bytes", "x", "--timeout", "0"}), "Could not convert: --bytes = x");
-    EXPECT_EQ(GetComplaint({"recv", "uart0", "--bytes", "1", "--timeout", "-1"}), "Could not convert: --timeout = -1");
-    EXPECT_EQ(GetComplaint({"recv", "uart0", "--bytes", "0", "--timeout", "0"}), "--bytes must be 1 or more");
-    EXPECT_EQ(GetComplaint({"send", "uart0", "-", "--timeout", "5000000000"}),
-              "Could not convert: --timeout = 5000000000");
+    const std::string counts = "': it can be a number from 1 to 9223372036854775807 (0x7fffffffffffffff)";
+    for (const std::string text : {"-1", "0", "x", "", "9223372036854775808"})
+    {
+        EXPECT_EQ(GetComplaint({"recv", "uart0", "--bytes", text, "--timeout", "0"}),
+                  "--bytes cannot be '" + text + counts);
+    }
+    const std::string times = "': it can be a number from 0 to 4294967295 (0xffffffff)";
+    EXPECT_EQ(GetComplaint({"recv", "uart0", "--bytes", "1", "--timeout", "-1"}), "--timeout cannot be '-1" + times);
+    EXPECT_EQ(GetComplaint({"send", "uart0", "-", "--timeout", "4294967296"}),
+              "--timeout cannot be '4294967296" + times);
+    EXPECT_EQ(GetComplaint({"term", "uart0", "--timeout", "1.5"}), "--timeout cannot be '1.5" + times);
+    EXPECT_EQ(GetComplaint({"--device", "sim,baud=1", "ports"}),
+              "device: baud cannot be '1': it can be a number from 50 (0x32) to 4000000 (0x3d0900)");
+}
+
+TEST(Usage, ReadsNumbersTheSameWayInEveryCommand)
+{
+    const std::string rule = ", without a leading zero";
+    for (const std::vector<std::string>& words :
+         std::vector<std::vector<std::string>>{{"recv", "uart0", "--bytes", "010", "--timeout", "0"},
+                                               {"recv", "uart0", "--bytes", "1", "--timeout", "010"},
+                                               {"config", "uart0", "--baud", "010"},
+                                               {"--device", "sim,baud=0115200", "ports"},
+                                               {"i2c", "read", "bulk0", "010", "--count", "1"},
+                                               {"i2c", "write", "bulk0", "0x50", "010"},
+                                               {"i2c", "transfer", "bulk0", "r010@0x50"},
+                                               {"spi", "transfer", "bulk0", "--read", "010"}})
+    {
+        const std::string complaint = GetComplaint(words);
+        EXPECT_EQ(complaint.substr(complaint.size() - rule.size()), rule) << complaint;
+    }
+    EXPECT_EQ(RunKoserial({"recv", "uart1", "--bytes", "0b11", "--timeout", "0x0"}).mErrors,
+              "received 0 of 3 bytes\nkoserial: cannot read from uart1: TIMEOUT: Nothing came for 0 ms.\n");
+    EXPECT_TRUE(Contains(RunKoserial({"--device", "sim,baud=0x2580", "ports"}).mOutput, "  9600\n"));
 }
 
 TEST(Usage, ListsThePortsWhenOneIsUnknown)
