@@ -3,10 +3,10 @@
 #include "Commands.h"
 #include "Failure.h"
 #include "Interruption.h"
+#include "StandardOutput.h"
 
 #include <CLI/CLI.hpp>
 
-#include <cerrno>
 #include <iostream>
 
 namespace KoTool
@@ -97,11 +97,9 @@ int RunCommandLine(int aArgumentCount, const char* const* aArguments)
     try
     {
         Interruption::CatchSignals();
+        StandardOutput output;
         Parse(aArgumentCount, aArguments);
-        if (!std::cout.flush())
-        {
-            throw MakeSystemFailure("cannot write standard output", errno);
-        }
+        output.Flush();
         return STATUS_OK;
     }
     catch (const Failure& failure)

@@ -71,9 +71,9 @@ void OutputFile::WaitUntilWritable()
     const auto start = std::chrono::steady_clock::now();
     while (!mDescriptor.Poll(POLLOUT, POLL_PERIOD_MS))
     {
-        if (Interruption::IsRequested() && std::chrono::steady_clock::now() - start > PATIENCE)
+        if (std::chrono::steady_clock::now() - start > PATIENCE)
         {
-            throw Failure("nobody reads " + mDescriptor.GetName());
+            Interruption::ThrowIfRequested();
         }
     }
 }

@@ -6,6 +6,10 @@
 
 #include <csignal>
 
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 using Json = nlohmann::json;
 
 namespace
@@ -173,6 +177,21 @@ TEST_P(I2cProgram, WritesUpTo253Bytes)
     EXPECT_EQ(outcome.mStatus, 2);
     EXPECT_EQ(outcome.mErrors,
               "koserial: a write can have 253 bytes, the offset of the register among them, not 254\n");
+}
+
+TEST_P(I2cProgram, ScanEndsWhenNobodyReadsItsOutput)
+{
+    const std::string fifo = mDirectory / "fifo";
+    ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
+    const int reader = ::open(fifo.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    Program program(Koserial({"i2c", "scan", mPort}));
+    program.WithOutput(fifo).Start();
+    char byte = 0;
+    ASSERT_TRUE(WaitUntil([&] { return ::read(reader, &byte, 1) == 1; }));
+    ::close(reader);
+
+    EXPECT_EQ(program.Wait(), 1);
+    EXPECT_EQ(program.GetErrors(), "koserial: cannot write standard output: Broken pipe\n");
 }
 
 TEST_P(I2cProgram, ScanEndsOnCtrlC)

@@ -7,6 +7,7 @@
 #include <csignal>
 
 #include <fcntl.h>
+#include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -38,5 +39,25 @@ TEST(OutputFile, ThatNobodyReadsDoesNotHoldUpAnInterruption)
 
     EXPECT_EQ(program.Wait(), 130);
     EXPECT_FALSE(IsLink(link));
+    ::close(reader);
+}
+
+TEST(OutputFile, ThatNobodyReadsDoesNotHoldUpAnInterruptedTable)
+{
+    const TemporaryDirectory directory;
+    const std::string fifo = directory / "fifo";
+    ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
+    const int reader = ::open(fifo.c_str(), O_RDWR | O_NONBLOCK | O_CLOEXEC);
+    Program program(Koserial({"i2c", "scan", "bulk0"}));
+    program.WithOutput(fifo).Start();
+    int printed = 0;
+    ASSERT_TRUE(WaitUntil([&] { return ::ioctl(reader, FIONREAD, &printed) == 0 && printed > 0; }));
+    while (::write(reader, "x", 1) == 1)
+    {
+    }
+    program.Signal(SIGINT);
+
+    EXPECT_EQ(program.Wait(), 130);
+    EXPECT_EQ(program.GetErrors(), "koserial: interrupted\n");
     ::close(reader);
 }

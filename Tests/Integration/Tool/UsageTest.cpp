@@ -145,9 +145,26 @@ TEST(Usage, HelpsOnRequest)
 
 TEST(Usage, TellsWhenStandardOutputCannotBeWritten)
 {
-    Program program(Koserial({"ports"}));
-    EXPECT_EQ(program.WithOutput("/dev/full").Wait(), 1);
-    EXPECT_EQ(program.GetErrors(), "koserial: cannot write standard output: No space left on device\n");
+    for (const std::vector<std::string>& words :
+         std::vector<std::vector<std::string>>{{"--help"},
+                                               {"--version"},
+                                               {"ports"},
+                                               {"config", "uart0"},
+                                               {"config", "uart0", "--save", "-"},
+                                               {"demo"},
+                                               {"i2c", "scan", "bulk0"},
+                                               {"i2c", "scan", "bulk0", "--json"},
+                                               {"i2c", "read", "bulk0", "0x48", "--count", "1"},
+                                               {"i2c", "dump", "bulk0", "0x57"},
+                                               {"i2c", "transfer", "bulk0", "r1@0x48"},
+                                               {"spi", "transfer", "bulk0", "--read", "1"},
+                                               {"spi", "flash-id", "bulk0"},
+                                               {"spi", "flash-read", "bulk0", "-", "--count", "1"}})
+    {
+        Program program(Koserial(words));
+        EXPECT_EQ(program.WithOutput("/dev/full").Wait(), 1) << words.front();
+        EXPECT_EQ(program.GetErrors(), "koserial: cannot write standard output: No space left on device\n");
+    }
 }
 
 TEST(Usage, ShowsTheLogOfTheLibraryOnRequest)
