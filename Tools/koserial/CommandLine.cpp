@@ -52,6 +52,28 @@ void AddSpiCommands(CLI::App& aApp, const std::string& aDeviceUri)
     AddFlashWriteCommand(*group, aDeviceUri);
 }
 
+/// What is wrong with the command line, in one line.
+std::string Describe(const CLI::App& aApp, const CLI::ParseError& aError)
+{
+    const CLI::App* last = &aApp;
+    std::string words;
+    while (!last->get_subcommands().empty())
+    {
+        last = last->get_subcommands().front();
+        words += last->get_name() + ' ';
+    }
+    // Of a group without a command CLI11 only tells that one is missing, even when a word stands there.
+    const bool isGroup = !last->get_subcommands([](const CLI::App*) { return true; }).empty();
+    const std::vector<std::string> unknown = aApp.remaining(true);
+    if (!isGroup || unknown.empty())
+    {
+        return aError.what();
+    }
+    const bool isOption = unknown.front().rfind('-', 0) == 0;
+    return isOption ? "The following argument was not expected: " + unknown.front()
+                    : "unknown command '" + words + unknown.front() + "'";
+}
+
 void Parse(int aArgumentCount, const char* const* aArguments)
 {
     CLI::App app("Serial ports and buses of devices.", "koserial");
@@ -80,7 +102,7 @@ void Parse(int aArgumentCount, const char* const* aArguments)
     }
     catch (const CLI::ParseError& error)
     {
-        throw MakeUsageFailure(std::string(error.what()) + "\nRun koserial --help for more information.");
+        throw MakeUsageFailure(Describe(app, error) + "\nRun koserial --help for more information.");
     }
 }
 

@@ -26,14 +26,20 @@ TEST(Usage, NeedsACommand)
               "koserial: A subcommand is required\nRun koserial --help for more information.\n");
 }
 
-TEST(Usage, RefusesAnUnknownCommand)
+TEST(Usage, NamesAnUnknownCommand)
 {
-    EXPECT_EQ(GetComplaint({"listen"}), "A subcommand is required");
+    EXPECT_EQ(GetComplaint({"listen"}), "unknown command 'listen'");
+    EXPECT_EQ(GetComplaint({"listen", "--all", "uart0"}), "unknown command 'listen'");
+    EXPECT_EQ(GetComplaint({"i2c", "detect", "bulk0"}), "unknown command 'i2c detect'");
+    EXPECT_EQ(GetComplaint({"spi", "--device", "sim", "flash-erase"}), "unknown command 'spi flash-erase'");
+    EXPECT_EQ(GetComplaint({""}), "unknown command ''");
 }
 
 TEST(Usage, RefusesAnUnknownOption)
 {
     EXPECT_EQ(GetComplaint({"ports", "--all"}), "The following argument was not expected: --all");
+    EXPECT_EQ(GetComplaint({"--all"}), "The following argument was not expected: --all");
+    EXPECT_EQ(GetComplaint({"i2c", "--all"}), "The following argument was not expected: --all");
 }
 
 TEST(Usage, NamesTheArgumentThatIsMissing)
