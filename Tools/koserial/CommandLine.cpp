@@ -28,7 +28,8 @@ constexpr const char* FOOTER =
     "Ports are uart0, uart1 and bulk0 to bulk7.\n"
     "Numbers are decimal (80), hexadecimal (0x50) or binary (0b1010000); 010 is refused, because some programs take\n"
     "it for eight.\n"
-    "Exit status: 0 success, 1 the device or a file failed, 2 wrong usage, 130 after Ctrl-C.\n"
+    "Exit status: 0 success; 1 the device or a file failed or does not have what was asked for; 2 the command line\n"
+    "is wrong, whatever the device and the files; 128 and its number after a signal, so 130 after Ctrl-C.\n"
     "The environment variable KO_LOG (error, warning, info, debug) shows the log of the library.\n";
 
 void AddI2cCommands(CLI::App& aApp, const std::string& aDeviceUri)

@@ -8,11 +8,15 @@
 namespace KoTool
 {
 
-/// Exit status of the program; a command that a signal has ended gives 128 and the number of the signal.
+/// @name Exit status of the program
+/// What the words of the command line tell by themselves is wrong usage; what is found out with the device or a file is
+/// a failure, even when another command line would have avoided it.
+/// @{
 constexpr int STATUS_OK = 0;
-constexpr int STATUS_FAILURE = 1; ///< the device or a file failed
-constexpr int STATUS_USAGE = 2;   ///< the command line asks for what cannot be
-constexpr int STATUS_SIGNAL = 128;
+constexpr int STATUS_FAILURE = 1;  ///< the device or a file failed or does not have what was asked for
+constexpr int STATUS_USAGE = 2;    ///< the command line is wrong, whatever the device and the files; nothing was done
+constexpr int STATUS_SIGNAL = 128; ///< and the number of the signal that has ended the command
+/// @}
 
 /// What ends a command: a message for the user and the exit status of the program.
 class Failure : public std::runtime_error
@@ -26,7 +30,7 @@ private:
     int mExitStatus;
 };
 
-/// A command line that asks for what cannot be.
+/// A command line that is wrong, whatever the device and the files.
 Failure MakeUsageFailure(const std::string& aMessage);
 
 /// An operation on a device that failed: "cannot open uart0: GENERIC_ERROR: The specified port is already in use."

@@ -49,7 +49,7 @@ void OutputFile::Empty(const InputFile* aInput)
     struct stat input = {};
     if (aInput != nullptr && ::fstat(aInput->GetDescriptor().Get(), &input) == 0 && IsSameFile(status, input))
     {
-        throw MakeUsageFailure(mDescriptor.GetName() + " cannot be both sent and written");
+        throw Failure(mDescriptor.GetName() + " cannot be both sent and written");
     }
     if (::ftruncate(mDescriptor.Get(), 0) != 0)
     {

@@ -90,8 +90,8 @@ void SpiFlash::CheckRange(std::uint32_t aAddress, std::uint64_t aCount)
     const std::uint32_t size = GetSize();
     if (aAddress > size || aCount > size - aAddress)
     {
-        throw MakeUsageFailure(std::to_string(aCount) + " bytes at address " + std::to_string(aAddress) +
-                               " would go beyond the end of the flash at " + std::to_string(size));
+        throw Failure(std::to_string(aCount) + " bytes at address " + std::to_string(aAddress) +
+                      " would go beyond the end of the flash at " + std::to_string(size));
     }
 }
 

@@ -49,7 +49,7 @@ public:
     /// @throws Failure as ReadId() does
     std::uint32_t GetSize();
 
-    /// @throws Failure with STATUS_USAGE when that many bytes from that address on are not all there
+    /// @throws Failure when that many bytes from that address on are not all there
     void CheckRange(std::uint32_t aAddress, std::uint64_t aCount);
 
     Bytes Read(std::uint32_t aAddress, std::uint32_t aCount);

@@ -87,9 +87,9 @@ TEST(SpiFlash, EndsWhereItsSizeOrTheAddressesEnd)
     EXPECT_NO_THROW(flash.CheckRange(0, 1 << 20));
     EXPECT_NO_THROW(flash.CheckRange((1 << 20) - 1, 1));
     EXPECT_NO_THROW(flash.CheckRange(1 << 20, 0));
-    EXPECT_EQ(GetComplaint(STATUS_USAGE, [&] { flash.CheckRange(1, 1 << 20); }),
+    EXPECT_EQ(GetComplaint(STATUS_FAILURE, [&] { flash.CheckRange(1, 1 << 20); }),
               "1048576 bytes at address 1 would go beyond the end of the flash at 1048576");
-    EXPECT_EQ(GetComplaint(STATUS_USAGE, [&] { flash.CheckRange((1 << 20) + 1, 0); }),
+    EXPECT_EQ(GetComplaint(STATUS_FAILURE, [&] { flash.CheckRange((1 << 20) + 1, 0); }),
               "0 bytes at address 1048577 would go beyond the end of the flash at 1048576");
     EXPECT_EQ(MakeFlash({0xEF, 0x40, 0x19}).GetSize(), SpiFlash::LARGEST_SIZE);
 }

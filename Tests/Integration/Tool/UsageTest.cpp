@@ -173,6 +173,29 @@ TEST(Usage, TellsWhenStandardOutputCannotBeWritten)
     }
 }
 
+TEST(Usage, IsRightWhereTheDeviceOrAFileDoesNotHaveWhatIsAskedFor)
+{
+    const TemporaryDirectory directory;
+    const std::string file = directory / "file";
+    WriteFile(file, std::string(17, 'x'));
+    for (const std::vector<std::string>& words : std::vector<std::vector<std::string>>{
+             {"config", "uart0", "--baud", "1200"},
+             {"config", "uart0", "--restore", file},
+             {"config", "uart0", "--restore", directory / "none"},
+             {"--device", "sim:uart-only", "recv", "bulk0", "--bytes", "1", "--timeout", "0"},
+             {"--device", "sim:uart-only", "i2c", "scan", "bulk0"},
+             {"--device", "sim,eeprom=" + file, "ports"},
+             {"send", "uart1", file, "--receive", file},
+             {"spi", "flash-write", "bulk0", file, "--address", "0xffff0"},
+             {"spi", "flash-read", "bulk0", "-", "--address", "0x100000"}})
+    {
+        const Outcome outcome = RunKoserial(words);
+        EXPECT_EQ(outcome.mStatus, 1) << outcome.mErrors;
+        EXPECT_EQ(outcome.mOutput, "");
+        EXPECT_TRUE(Matches(outcome.mErrors, "koserial: [^\n]+\n"));
+    }
+}
+
 TEST(Usage, ShowsTheLogOfTheLibraryOnRequest)
 {
     const TemporaryDirectory directory;
