@@ -11,7 +11,8 @@ namespace KoTool
 
 class InputFile;
 
-/// Where received bytes go: a file, which is emptied first, or standard output.
+/// Where received bytes go: a file, which is emptied first, or standard output. Make it when nothing else can fail any
+/// more before the bytes come, so that the file keeps what it holds until then.
 class OutputFile
 {
 public:

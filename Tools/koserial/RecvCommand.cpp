@@ -33,9 +33,12 @@ struct RecvOptions
 void RunRecv(const std::string& aDeviceUri, const RecvOptions& aOptions)
 {
     SimulatedSetup setup(ParseDeviceUri(aDeviceUri));
-    OutputFile output(aOptions.mOutput);
     WithOpenPort(setup, aOptions.mPort,
-                 [&](OpenPort& aPort) { ReceiveBytes(aPort, output, aOptions.mCount, aOptions.mTimeoutMs); });
+                 [&](OpenPort& aPort)
+                 {
+                     OutputFile output(aOptions.mOutput);
+                     ReceiveBytes(aPort, output, aOptions.mCount, aOptions.mTimeoutMs);
+                 });
 }
 
 } // namespace

@@ -34,13 +34,16 @@ void RunSend(const std::string& aDeviceUri, const SendOptions& aOptions)
 {
     SimulatedSetup setup(ParseDeviceUri(aDeviceUri));
     InputFile input(aOptions.mInput);
-    std::optional<OutputFile> output;
-    if (aOptions.mOutput)
-    {
-        output.emplace(*aOptions.mOutput, &input);
-    }
     WithOpenPort(setup, aOptions.mPort,
-                 [&](OpenPort& aPort) { SendInput(aPort, input, output ? &*output : nullptr, aOptions.mTimeoutMs); });
+                 [&](OpenPort& aPort)
+                 {
+                     std::optional<OutputFile> output;
+                     if (aOptions.mOutput)
+                     {
+                         output.emplace(*aOptions.mOutput, &input);
+                     }
+                     SendInput(aPort, input, output ? &*output : nullptr, aOptions.mTimeoutMs);
+                 });
 }
 
 } // namespace

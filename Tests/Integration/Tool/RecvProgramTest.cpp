@@ -28,6 +28,16 @@ TEST(RecvProgram, NamesAnOutputThatCannotBeOpened)
     EXPECT_EQ(outcome.mErrors, "koserial: cannot open " + out + ": No such file or directory\n");
 }
 
+TEST(RecvProgram, TouchesNoOutputWhenThePortCannotBeOpened)
+{
+    const TemporaryDirectory directory;
+    WriteFile(directory / "out", "precious");
+    const Outcome outcome = RunKoserial({"--device", "sim:uart-only", "recv", "bulk7", "--bytes", "3", "--timeout",
+                                         "50", "--output", directory / "out"});
+    EXPECT_EQ(outcome.mStatus, 1);
+    EXPECT_EQ(ReadFile(directory / "out"), "precious");
+}
+
 TEST(RecvProgram, TellsThatTheDeviceDoesNotOfferThePort)
 {
     const Outcome outcome =

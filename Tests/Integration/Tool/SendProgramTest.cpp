@@ -76,6 +76,19 @@ TEST_F(SendProgram, ReplacesWhatWasInTheOutput)
     EXPECT_EQ(ReadFile(mOut), "0\r\n");
 }
 
+TEST_F(SendProgram, TouchesNoOutputWhenThePortCannotBeOpened)
+{
+    WriteFile(mOut, "precious");
+    for (const std::string& out : {mOut, mDirectory / "new"})
+    {
+        const Outcome outcome = RunKoserial({"--device", "sim:uart-only", "send", "bulk0", mFile, "--receive", out});
+        EXPECT_EQ(outcome.mStatus, 1);
+        EXPECT_EQ(outcome.mErrors, "koserial: cannot open bulk0: NOT_SUPPORTED\n");
+    }
+    EXPECT_EQ(ReadFile(mOut), "precious");
+    EXPECT_FALSE(std::filesystem::exists(mDirectory / "new"));
+}
+
 TEST_F(SendProgram, TakesAPortNameInUpperCase)
 {
     EXPECT_EQ(RunKoserial({"--device", "sim,timing=instant", "send", "UART1", "-"}).mStatus, 0);
