@@ -134,7 +134,13 @@ PortSettings ReadSettings(const std::string& aPath)
 {
     InputFile file(aPath);
     const Bytes text = ReadAll(file, LONGEST_FILE);
-    return ParseSettings(aPath, {text.begin(), text.end()});
+    const std::string& name = file.GetDescriptor().GetName();
+    const PortSettings settings = ParseSettings(name, {text.begin(), text.end()});
+    if (settings == PortSettings())
+    {
+        throw Failure(name + " holds no settings");
+    }
+    return settings;
 }
 
 void SaveSettings(const std::string& aPath, KoDeviceSerial aPort, const PortSettings& aSettings)

@@ -1,5 +1,6 @@
 #include "Commands.h"
 #include "CommonOptions.h"
+#include "Failure.h"
 #include "InputFile.h"
 #include "Interruption.h"
 #include "OpenSpiBus.h"
@@ -60,6 +61,10 @@ void RunWrite(const std::string& aDeviceUri, const WriteOptions& aOptions)
     InputFile input(aOptions.mInput);
     // Of a file that no flash could hold, this is enough to tell so.
     const Bytes content = ReadAll(input, SpiFlash::LARGEST_SIZE + 1);
+    if (content.empty())
+    {
+        throw Failure(input.GetDescriptor().GetName() + " is empty: nothing was written");
+    }
     WithSpiBus(setup, aOptions.mPort,
                [&](OpenSpiBus& aBus)
                {

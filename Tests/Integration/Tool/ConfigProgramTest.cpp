@@ -77,6 +77,24 @@ TEST(ConfigProgram, RestoresWhatItHasSaved)
                                    RATES);
 }
 
+TEST(ConfigProgram, RestoresNothingFromAFileWithoutSettings)
+{
+    const TemporaryDirectory directory;
+    const std::string saved = directory / "saved";
+    WriteFile(saved, "precious");
+    WriteFile(directory / "comment", "# settings\n\n");
+    for (const std::string& file : {std::string("/dev/null"), directory / "comment"})
+    {
+        const Outcome outcome = RunKoserial({"config", "uart0", "--restore", file, "--baud", "9600", "--save", saved});
+        EXPECT_EQ(outcome.mStatus, 1);
+        EXPECT_EQ(outcome.mOutput, "");
+        EXPECT_EQ(outcome.mErrors, "koserial: " + file + " holds no settings\n");
+    }
+    EXPECT_EQ(RunKoserial({"config", "uart0", "--restore", "-"}).mErrors,
+              "koserial: standard input holds no settings\n");
+    EXPECT_EQ(ReadFile(saved), "precious");
+}
+
 TEST(ConfigProgram, RestoresTheModeOfABulkPort)
 {
     const TemporaryDirectory directory;

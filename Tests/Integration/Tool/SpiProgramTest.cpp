@@ -151,10 +151,14 @@ TEST_P(SpiProgram, WritesStandardInput)
     EXPECT_EQ(ReadFile(mImage).substr(0xFF, 7), "\xFFhello\xFF");
 }
 
-TEST_P(SpiProgram, WritesAnEmptyFile)
+TEST_P(SpiProgram, RefusesAnEmptyInputAndTouchesNothing)
 {
+    const std::string before = MakeRandomBytes(FLASH_SIZE);
+    WriteFile(mImage, before);
     WriteFile(mFile, "");
-    EXPECT_EQ(RunSpi("flash-write", {mFile}).mErrors, "wrote and verified 0 bytes, changed 0 sectors\n");
+    EXPECT_EQ(GetComplaint(1, "flash-write", {mFile}), mFile + " is empty: nothing was written");
+    EXPECT_EQ(GetComplaint(1, "flash-write", {"-"}), "standard input is empty: nothing was written");
+    EXPECT_TRUE(ReadFile(mImage) == before);
 }
 
 TEST_P(SpiProgram, TouchesNothingWhenTheFileIsTooLarge)
