@@ -158,8 +158,25 @@ void CheckTaken(KoDeviceSerial aPort, const std::vector<Row>& aRows)
     }
 }
 
+void Print(const ConfigOptions& aOptions, const std::vector<Row>& aRows, const std::vector<std::uint32_t>& aRates)
+{
+    if (aOptions.mJson)
+    {
+        PrintJson(aOptions.mPort, aRows, aRates);
+    }
+    else
+    {
+        PrintTable(aRows, aRates);
+    }
+}
+
 void RunConfig(const std::string& aDeviceUri, const ConfigOptions& aOptions)
 {
+    const bool isSavePrinted = aOptions.mSaveFile == STANDARD_STREAM;
+    if (isSavePrinted && aOptions.mJson)
+    {
+        throw MakeUsageFailure("--json and --save - cannot both have standard output");
+    }
     const PortSettings saved = aOptions.mRestoreFile ? ReadSettings(*aOptions.mRestoreFile) : PortSettings();
     const PortSettings changes = Overlay(saved, aOptions.mChanges);
     SimulatedSetup setup(ParseDeviceUri(aDeviceUri));
@@ -170,13 +187,9 @@ void RunConfig(const std::string& aDeviceUri, const ConfigOptions& aOptions)
     }
     const PortSettings shown = port.Read();
     const std::vector<Row> rows = MakeRows(shown, changes);
-    if (aOptions.mJson)
+    if (!isSavePrinted)
     {
-        PrintJson(aOptions.mPort, rows, port.GetRates());
-    }
-    else
-    {
-        PrintTable(rows, port.GetRates());
+        Print(aOptions, rows, port.GetRates());
     }
     if (aOptions.mSaveFile)
     {
@@ -200,7 +213,8 @@ void AddConfigCommand(CLI::App& aApp, const std::string& aDeviceUri)
             "none, even or odd")
         ->type_name("P");
     AddNumber(*command, "--stop-bits", "1 or 2", {1, 2}, options->mChanges.mStopBits);
-    command->add_option("--save", options->mSaveFile, "Write the settings to a file; - for standard output")
+    command
+        ->add_option("--save", options->mSaveFile, "Write the settings to a file; - prints them instead of the table")
         ->type_name("FILE");
     command->add_option("--restore", options->mRestoreFile, "Set what --save has written; - for standard input")
         ->type_name("FILE");

@@ -77,6 +77,19 @@ TEST(ConfigProgram, RestoresWhatItHasSaved)
                                    RATES);
 }
 
+TEST(ConfigProgram, PrintsWhatItSavesInsteadOfTheTable)
+{
+    const Outcome outcome = RunKoserial({"config", "uart0", "--baud", "19200", "--save", "-"});
+    EXPECT_EQ(outcome.mStatus, 0);
+    EXPECT_EQ(outcome.mOutput, "# koserial: settings of uart0\nbaud 19200\nparity none\nstop-bits 1\n");
+    EXPECT_EQ(outcome.mErrors, "");
+
+    const Outcome json = RunKoserial({"config", "uart0", "--json", "--save", "-"});
+    EXPECT_EQ(json.mStatus, 2);
+    EXPECT_EQ(json.mOutput, "");
+    EXPECT_EQ(json.mErrors, "koserial: --json and --save - cannot both have standard output\n");
+}
+
 TEST(ConfigProgram, RestoresNothingFromAFileWithoutSettings)
 {
     const TemporaryDirectory directory;
