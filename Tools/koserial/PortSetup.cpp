@@ -4,6 +4,7 @@
 #include "PortNames.h"
 
 #include <IKoDeviceAdapter.h>
+#include <KoDeviceSerialPort.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -56,6 +57,10 @@ std::string FormatRates(const std::vector<std::uint32_t>& aRates)
 
 PortSetup::PortSetup(IKoDeviceAdapter& aDevice, KoDeviceSerial aPort) : mName(GetPortName(aPort))
 {
+    if (!KoDeviceSerialPort::IsSupported(&aDevice, aPort))
+    {
+        throw Failure("the device does not offer " + mName);
+    }
     SetPort(&aDevice, aPort);
     // This also selects the port, which stays selected. A port whose rate cannot be changed is no failure.
     const KuUtilsLib::Result listed = RefreshSupportedBaudRates();

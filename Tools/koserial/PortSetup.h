@@ -19,7 +19,8 @@ class PortSetup : private KoSerialLib::DeviceSerialPortConfig
 {
 public:
     /// @param aDevice must outlive the object
-    /// @throws Failure when the device has no settings for that port
+    /// @throws Failure when the device does not offer that port, so that its settings are of no use, or has no settings
+    ///         for it
     PortSetup(IKoDeviceAdapter& aDevice, KoDeviceSerial aPort);
 
     /// What the device shows now.

@@ -108,6 +108,21 @@ TEST(ConfigProgram, RestoresNothingFromAFileWithoutSettings)
     EXPECT_EQ(ReadFile(saved), "precious");
 }
 
+TEST(ConfigProgram, SetsNothingUpForAPortThatTheDeviceDoesNotOffer)
+{
+    for (const std::vector<std::string>& words :
+         std::vector<std::vector<std::string>>{{"config", "uart0", "--baud", "9600"}, {"config", "uart0"}})
+    {
+        std::vector<std::string> command = {"--device", "sim:not-gige-vision"};
+        command.insert(command.end(), words.begin(), words.end());
+        const Outcome outcome = RunKoserial(command);
+        EXPECT_EQ(outcome.mStatus, 1);
+        EXPECT_EQ(outcome.mOutput, "");
+        EXPECT_EQ(outcome.mErrors, "koserial: the device does not offer uart0\n");
+    }
+    EXPECT_EQ(RunKoserial({"--device", "sim:not-gige-vision", "config", "bulk3", "--baud", "9600"}).mStatus, 0);
+}
+
 TEST(ConfigProgram, RestoresTheModeOfABulkPort)
 {
     const TemporaryDirectory directory;

@@ -130,10 +130,22 @@ TEST(PortSetup, LeavesOutWhatCannotBeRead)
 
 TEST(PortSetup, NeedsADeviceThatHasSettingsForThePort)
 {
-    KoSim::SimulatedDevice device(KoSim::DeviceProfile::UartOnly());
+    KoSim::SimulatedDevice device;
+    for (const char* const feature : {"Uart1BaudRate", "Uart1Parity", "Uart1NumOfStopBits"})
+    {
+        device.RemoveFeature(feature);
+    }
 
-    EXPECT_EQ(GetComplaint(STATUS_FAILURE, [&] { PortSetup(device, KoDeviceSerialBulk0); }),
-              "the device has no settings for bulk0");
+    EXPECT_EQ(GetComplaint(STATUS_FAILURE, [&] { PortSetup(device, KoDeviceSerialUart1); }),
+              "the device has no settings for uart1");
+}
+
+TEST(PortSetup, NeedsADeviceThatOffersThePort)
+{
+    KoSim::SimulatedDevice device(KoSim::DeviceProfile::NotGigEVision());
+
+    EXPECT_EQ(GetComplaint(STATUS_FAILURE, [&] { PortSetup(device, KoDeviceSerialUart0); }),
+              "the device does not offer uart0");
 }
 
 TEST(PortSetup, DoesNotTakeTheSettingsOfAnotherPortForThoseOfAPortThatCannotBeSelected)
