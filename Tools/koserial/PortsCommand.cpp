@@ -17,6 +17,13 @@ namespace KoTool
 namespace
 {
 
+std::string GetIdentity(SimulatedSetup& aSetup)
+{
+    KoString identity;
+    aSetup.GetDevice().GetDeviceId(identity);
+    return identity.GetAscii();
+}
+
 void PrintRow(const std::string& aPort, const std::string& aSupported, const std::string& aEngine,
               const std::string& aInterface, const std::string& aBitRate)
 {
@@ -26,6 +33,7 @@ void PrintRow(const std::string& aPort, const std::string& aSupported, const std
 
 void PrintTable(SimulatedSetup& aSetup)
 {
+    std::cout << "device " << GetIdentity(aSetup) << '\n';
     PrintRow("PORT", "SUPPORTED", "ENGINE", "INTERFACE", "BAUD");
     for (const KoDeviceSerial port : ALL_PORTS)
     {
@@ -68,7 +76,7 @@ void RunPorts(const std::string& aDeviceUri, bool aJson)
         PrintTable(setup);
         return;
     }
-    nlohmann::ordered_json json;
+    nlohmann::ordered_json json = {{"device", GetIdentity(setup)}};
     for (const KoDeviceSerial port : ALL_PORTS)
     {
         json["ports"].push_back(MakeJson(setup, port));
@@ -81,7 +89,7 @@ void RunPorts(const std::string& aDeviceUri, bool aJson)
 void AddPortsCommand(CLI::App& aApp, const std::string& aDeviceUri)
 {
     const auto json = std::make_shared<bool>(false);
-    CLI::App* const command = aApp.add_subcommand("ports", "Show which ports the device offers");
+    CLI::App* const command = aApp.add_subcommand("ports", "Show the identity of the device and which ports it offers");
     AddJson(*command, *json);
     command->callback([json, &aDeviceUri] { RunPorts(aDeviceUri, *json); });
 }

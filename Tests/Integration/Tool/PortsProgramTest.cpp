@@ -5,11 +5,12 @@
 
 using Json = nlohmann::json;
 
-TEST(PortsProgram, ShowsAllTenPorts)
+TEST(PortsProgram, ShowsTheIdentityAndAllTenPorts)
 {
-    const Outcome outcome = RunKoserial({"--device", "sim,baud=9600", "ports"});
+    const Outcome outcome = RunKoserial({"--device", "sim,baud=9600,id=camera 7", "ports"});
     EXPECT_EQ(outcome.mStatus, 0);
-    EXPECT_EQ(outcome.mOutput, "PORT   SUPPORTED  ENGINE     INTERFACE  BAUD\n"
+    EXPECT_EQ(outcome.mOutput, "device camera 7\n"
+                               "PORT   SUPPORTED  ENGINE     INTERFACE  BAUD\n"
                                "uart0  yes        registers  uart       9600\n"
                                "uart1  yes        registers  uart       9600\n"
                                "bulk0  yes        registers  uart       115200\n"
@@ -53,9 +54,11 @@ TEST(PortsProgram, MakesNoPseudoTerminal)
 
 TEST(PortsProgram, PrintsJson)
 {
-    const Outcome outcome = RunKoserial({"--device", "sim:not-gige-vision,baud=9600", "ports", "--json"});
+    const Outcome outcome = RunKoserial({"--device", "sim:not-gige-vision,baud=9600,id=camera 7", "ports", "--json"});
     EXPECT_EQ(outcome.mStatus, 0);
-    const Json ports = Json::parse(outcome.mOutput)["ports"];
+    const Json json = Json::parse(outcome.mOutput);
+    EXPECT_EQ(json.value("device", ""), "camera 7");
+    const Json ports = json["ports"];
     ASSERT_EQ(ports.size(), 10U);
     EXPECT_EQ(
         ports[0],
