@@ -33,7 +33,7 @@ struct ReadOptions
 /// @return number of bytes
 std::uint32_t Copy(SpiFlash& aFlash, std::uint32_t aAddress, std::uint32_t aCount, OutputFile& aOutput)
 {
-    ProgressBar progress(aCount);
+    ProgressBar progress(aCount, !aOutput.IsStandardOutput());
     std::uint32_t done = 0;
     while (done < aCount && !Interruption::IsRequested())
     {

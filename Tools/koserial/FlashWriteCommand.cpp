@@ -42,7 +42,7 @@ void WriteFlash(SpiFlash& aFlash, std::uint32_t aAddress, const Bytes& aContent)
     std::uint32_t done = 0;
     unsigned changedSectors = 0;
     {
-        ProgressBar progress(aContent.size());
+        ProgressBar progress(aContent.size(), true);
         while (done < aContent.size() && !Interruption::IsRequested())
         {
             const Bytes part = TakePart(aContent, done, aAddress + done);

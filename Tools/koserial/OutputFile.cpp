@@ -38,6 +38,11 @@ OutputFile::OutputFile(const std::string& aPath, const InputFile* aInput)
     }
 }
 
+bool OutputFile::IsStandardOutput() const
+{
+    return mDescriptor.Get() == STDOUT_FILENO;
+}
+
 void OutputFile::Empty(const InputFile* aInput)
 {
     struct stat status = {};

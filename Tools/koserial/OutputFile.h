@@ -21,6 +21,8 @@ public:
     /// @throws Failure when the file cannot be opened or is the same as aInput
     explicit OutputFile(const std::string& aPath, const InputFile* aInput = nullptr);
 
+    bool IsStandardOutput() const;
+
     /// Writes all bytes. After a signal it gives up when nobody takes them.
     /// @throws Failure
     void Write(const std::uint8_t* aData, std::size_t aSize);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -7,12 +8,14 @@
 namespace KoTool
 {
 
-/// Shows on standard error how far a transfer has come, when that is a terminal. The bar disappears with the object.
+/// Shows on standard error how far a transfer has come, when that is a terminal that can erase a line. The bar
+/// disappears with the object.
 class ProgressBar
 {
 public:
     /// @param aTotal number of bytes to transfer; nothing when unknown
-    explicit ProgressBar(std::optional<std::uint64_t> aTotal);
+    /// @param aWanted false to show nothing: where the bar would mix with output on the same terminal
+    ProgressBar(std::optional<std::uint64_t> aTotal, bool aWanted);
     ~ProgressBar();
 
     ProgressBar(const ProgressBar&) = delete;
@@ -20,12 +23,14 @@ public:
 
     void Show(std::uint64_t aDone);
 
-    /// The text of the bar.
-    static std::string Format(std::uint64_t aDone, std::optional<std::uint64_t> aTotal);
+    /// The text of the bar, which gets shorter, and then loses its parts from the most dispensable one on, where there
+    /// is no room for it.
+    /// @param aWidth most characters
+    static std::string Format(std::uint64_t aDone, std::optional<std::uint64_t> aTotal, std::size_t aWidth);
 
 private:
     const std::optional<std::uint64_t> mTotal;
-    const bool mOnTerminal;
+    const bool mIsShown;
 };
 
 } // namespace KoTool

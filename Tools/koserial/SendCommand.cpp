@@ -58,7 +58,8 @@ void SendInput(OpenPort& aPort, InputFile& aInput, OutputFile* aOutput, std::uin
     }
     Exchange exchange(aPort, &sender, receiver ? &*receiver : nullptr, aQuietMs);
     {
-        ProgressBar progress(aInput.GetRemainingSize());
+        const bool isOutputPrinted = aOutput != nullptr && aOutput->IsStandardOutput();
+        ProgressBar progress(aInput.GetRemainingSize(), !isOutputPrinted);
         exchange.Run([&] { progress.Show(sender.GetProgress()); });
     }
     std::cerr << "sent " << sender.GetSent() << " bytes";

@@ -33,6 +33,7 @@ std::vector<char*> ToArguments(const std::vector<std::string>& aCommand)
 Program::Program(const std::vector<std::string>& aCommand) : mCommand(aCommand)
 {
     ::unsetenv("KO_LOG");
+    ::setenv("TERM", "xterm", 1);
 }
 
 Program::~Program()

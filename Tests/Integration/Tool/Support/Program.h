@@ -8,7 +8,7 @@
 #include <sys/types.h>
 
 /// A program that runs beside the test. Its standard input is empty and its outputs go to files, unless they are put
-/// elsewhere before the start; the log of the library has its usual level.
+/// elsewhere before the start; the log of the library has its usual level, and a terminal can do what an xterm can.
 class Program
 {
 public:

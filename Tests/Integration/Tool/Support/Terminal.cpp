@@ -9,6 +9,7 @@
 #include <stdexcept>
 
 #include <fcntl.h>
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 Terminal::Terminal() : mMaster(::posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC))
@@ -29,6 +30,14 @@ Terminal::~Terminal()
     ::close(mSlave);
     mWatcher.join();
     ::close(mMaster);
+}
+
+void Terminal::SetWidth(unsigned short aColumns)
+{
+    winsize size{};
+    size.ws_col = aColumns;
+    size.ws_row = 24;
+    ASSERT_EQ(::ioctl(mMaster, TIOCSWINSZ, &size), 0);
 }
 
 void Terminal::Type(const std::string& aKeys)

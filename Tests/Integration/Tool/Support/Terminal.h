@@ -19,6 +19,9 @@ public:
     /// Path of the terminal, for a program.
     const std::string& GetPath() const { return mPath; }
 
+    /// Makes it that many columns wide.
+    void SetWidth(unsigned short aColumns);
+
     /// Presses keys.
     void Type(const std::string& aKeys);
 
