@@ -6,24 +6,75 @@
 
 namespace KoTool
 {
-
-RawTerminal::RawTerminal(int aDescriptor) : mDescriptor(aDescriptor)
+namespace
 {
-    if (::tcgetattr(mDescriptor, &mFormerSettings) != 0)
+
+/// What the signal handlers use; it stays as it is while they are installed.
+struct
+{
+    int mDescriptor = -1;
+    termios mFormer{};
+    termios mRaw{};
+} sTerminal;
+
+/// Without SA_RESTART a wait for a key would end; with SA_NODEFER a handler can let its own signal take effect.
+void SetHandler(int aSignal, void (*aHandler)(int), struct sigaction* aFormer = nullptr)
+{
+    struct sigaction action = {};
+    action.sa_handler = aHandler;
+    action.sa_flags = SA_RESTART | SA_NODEFER;
+    ::sigemptyset(&action.sa_mask);
+    ::sigaction(aSignal, &action, aFormer);
+}
+
+/// In the background this stops the program until it is in the foreground.
+void Continue(int /*aSignal*/)
+{
+    const int error = errno;
+    ::tcsetattr(sTerminal.mDescriptor, TCSANOW, &sTerminal.mRaw);
+    errno = error;
+}
+
+void Stop(int aSignal)
+{
+    const int error = errno;
+    ::tcsetattr(sTerminal.mDescriptor, TCSANOW, &sTerminal.mFormer);
+    SetHandler(aSignal, SIG_DFL);
+    ::raise(aSignal);
+    SetHandler(aSignal, &Stop);
+    // The signal has no effect where no shell could ever continue the program.
+    Continue(SIGCONT);
+    errno = error;
+}
+
+} // namespace
+
+RawTerminal::RawTerminal(int aDescriptor)
+{
+    sTerminal.mDescriptor = aDescriptor;
+    if (::tcgetattr(aDescriptor, &sTerminal.mFormer) != 0)
     {
         throw MakeSystemFailure("cannot read the settings of the terminal", errno);
     }
-    termios raw = mFormerSettings;
-    ::cfmakeraw(&raw);
-    if (::tcsetattr(mDescriptor, TCSADRAIN, &raw) != 0)
+    sTerminal.mRaw = sTerminal.mFormer;
+    ::cfmakeraw(&sTerminal.mRaw);
+    if (::tcsetattr(aDescriptor, TCSADRAIN, &sTerminal.mRaw) != 0)
     {
         throw MakeSystemFailure("cannot change the settings of the terminal", errno);
     }
+    ::sigaction(SIGTSTP, nullptr, &mFormerStop);
+    if (mFormerStop.sa_handler != SIG_IGN)
+    {
+        SetHandler(SIGTSTP, &Stop);
+    }
+    SetHandler(SIGCONT, &Continue, &mFormerContinue);
 }
 
 RawTerminal::~RawTerminal()
 {
-    ::tcsetattr(mDescriptor, TCSADRAIN, &mFormerSettings);
+    ::sigaction(SIGCONT, &mFormerContinue, nullptr);
+    ::sigaction(SIGTSTP, &mFormerStop, nullptr);
+    ::tcsetattr(sTerminal.mDescriptor, TCSADRAIN, &sTerminal.mFormer);
 }
 
 } // namespace KoTool

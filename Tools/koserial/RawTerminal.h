@@ -1,11 +1,15 @@
 #pragma once
 
+#include <csignal>
+
 #include <termios.h>
 
 namespace KoTool
 {
 
 /// Puts a terminal into raw mode, in which every key goes to the program as it is, for as long as the object lives.
+/// While the program is suspended (SIGTSTP) the terminal is in the mode it was in, and when the program goes on
+/// (SIGCONT) it is in raw mode again. There is one such object at a time.
 class RawTerminal
 {
 public:
@@ -19,8 +23,8 @@ public:
     RawTerminal& operator=(const RawTerminal&) = delete;
 
 private:
-    const int mDescriptor;
-    termios mFormerSettings{};
+    struct sigaction mFormerStop = {};
+    struct sigaction mFormerContinue = {};
 };
 
 } // namespace KoTool

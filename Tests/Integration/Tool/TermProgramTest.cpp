@@ -20,6 +20,39 @@ protected:
         ASSERT_TRUE(WaitUntil([this] { return !mTerminal.IsInOrdinaryMode(); }));
     }
 
+    /// Starts `term` on uart0 under a shell, suspends it, and waits until the shell is in the foreground. The shell
+    /// lets it go on when a line is typed.
+    void Suspend(int aSignal)
+    {
+        std::string command;
+        for (const std::string& word : Koserial({"term", "uart0"}))
+        {
+            command += word + ' ';
+        }
+        const std::string script = "set -m\n" + command + "\necho \"shell: $?\"\nread line\nfg\necho \"shell: $?\"\n";
+        mProgram = std::make_unique<Program>(std::vector<std::string>{"/bin/sh", "-c", script});
+        mProgram->OnTerminal(mTerminal.GetPath()).Start();
+        ASSERT_TRUE(mTerminal.WaitFor("Connected to uart0. Press Ctrl-] to leave.\r\n"));
+        ASSERT_TRUE(WaitUntil([this] { return !mTerminal.IsInOrdinaryMode(); }));
+        mTerminal.Type("id?\r");
+        ASSERT_TRUE(mTerminal.WaitFor("KoSim motorised lens 1.0\r\n"));
+        mTerminal.SignalForeground(aSignal);
+        ASSERT_TRUE(mTerminal.WaitFor("shell: " + std::to_string(128 + aSignal)));
+    }
+
+    void ExpectToGoOn()
+    {
+        mTerminal.Type("\n");
+        EXPECT_TRUE(WaitUntil([this] { return !mTerminal.IsInOrdinaryMode(); }));
+        mTerminal.Type("status?\r");
+        EXPECT_TRUE(mTerminal.WaitFor("ready zoom=0 focus=500\r\n"));
+        mTerminal.Type("\x1D");
+        EXPECT_TRUE(mTerminal.WaitFor("\r\nDisconnected from uart0.\r\n"));
+        EXPECT_TRUE(mTerminal.WaitFor("shell: 0"));
+        EXPECT_EQ(mProgram->Wait(), 0);
+        EXPECT_TRUE(mTerminal.IsInOrdinaryMode());
+    }
+
     const TemporaryDirectory mDirectory;
     Terminal mTerminal;
     std::unique_ptr<Program> mProgram;
@@ -60,6 +93,20 @@ TEST_F(TermProgram, RestoresTheTerminalWhenItIsEndedBySignal)
     EXPECT_EQ(mProgram->Wait(), 143);
     EXPECT_TRUE(mTerminal.IsInOrdinaryMode());
     EXPECT_FALSE(IsLink(link));
+}
+
+TEST_F(TermProgram, LeavesTheTerminalToTheShellWhileItIsSuspended)
+{
+    Suspend(SIGTSTP);
+    EXPECT_TRUE(mTerminal.IsInOrdinaryMode());
+    ExpectToGoOn();
+}
+
+TEST_F(TermProgram, TakesKeysAgainAfterItWasStopped)
+{
+    Suspend(SIGSTOP);
+    mTerminal.RestoreOrdinaryMode();
+    ExpectToGoOn();
 }
 
 TEST_F(TermProgram, SendsAPipeAndPrintsWhatComesBack)

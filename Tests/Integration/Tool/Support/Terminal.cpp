@@ -9,6 +9,7 @@
 #include <stdexcept>
 
 #include <fcntl.h>
+#include <signal.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
 
@@ -40,6 +41,11 @@ void Terminal::SetWidth(unsigned short aColumns)
     ASSERT_EQ(::ioctl(mMaster, TIOCSWINSZ, &size), 0);
 }
 
+void Terminal::SignalForeground(int aSignal)
+{
+    ASSERT_EQ(::kill(-::tcgetpgrp(mMaster), aSignal), 0);
+}
+
 void Terminal::Type(const std::string& aKeys)
 {
     ASSERT_EQ(::write(mMaster, aKeys.data(), aKeys.size()), static_cast<ssize_t>(aKeys.size()));
@@ -62,6 +68,11 @@ bool Terminal::IsInOrdinaryMode() const
     ::tcgetattr(mSlave, &mode);
     return mode.c_lflag == mOrdinaryMode.c_lflag && mode.c_iflag == mOrdinaryMode.c_iflag &&
            mode.c_oflag == mOrdinaryMode.c_oflag && mode.c_cflag == mOrdinaryMode.c_cflag;
+}
+
+void Terminal::RestoreOrdinaryMode()
+{
+    ASSERT_EQ(::tcsetattr(mSlave, TCSANOW, &mOrdinaryMode), 0);
 }
 
 void Terminal::Watch()

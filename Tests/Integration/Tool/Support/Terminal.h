@@ -22,6 +22,9 @@ public:
     /// Makes it that many columns wide.
     void SetWidth(unsigned short aColumns);
 
+    /// Sends a signal to the programs in the foreground, as some keys do.
+    void SignalForeground(int aSignal);
+
     /// Presses keys.
     void Type(const std::string& aKeys);
 
@@ -33,6 +36,9 @@ public:
 
     /// True in the mode that it was made in.
     bool IsInOrdinaryMode() const;
+
+    /// Puts it back into that mode, as many shells do when a program is suspended.
+    void RestoreOrdinaryMode();
 
 private:
     void Watch();
