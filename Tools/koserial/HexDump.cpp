@@ -12,9 +12,18 @@ namespace
 constexpr std::uint32_t COLUMNS = 16;
 constexpr const char* TEXT_MARGIN = "    ";
 
-char ToPrintable(std::uint8_t aByte)
+char ToText(std::optional<std::uint8_t> aRegister)
 {
-    return aByte >= ' ' && aByte <= '~' ? static_cast<char>(aByte) : '.';
+    if (!aRegister)
+    {
+        return 'X';
+    }
+    return *aRegister >= ' ' && *aRegister <= '~' ? static_cast<char>(*aRegister) : '.';
+}
+
+std::string ToCell(std::optional<std::uint8_t> aRegister)
+{
+    return aRegister ? FormatCell(*aRegister) : " XX";
 }
 
 /// An even number of digits, two at least, in which the offset can be written.
@@ -28,18 +37,18 @@ int GetDigits(std::uint32_t aOffset)
     return digits;
 }
 
-/// The cells and the text of a row. What lies before the first byte is blank, and so are cells behind the last one.
-std::string FormatRow(std::uint32_t aRow, std::uint32_t aStart, const Bytes& aBytes)
+/// The cells and the text of a row. What lies before the first one is blank, and so are cells behind the last one.
+std::string FormatRow(std::uint32_t aRow, std::uint32_t aStart, const Registers& aRegisters)
 {
     std::string cells;
     std::string text;
     for (std::uint32_t offset = aRow; offset < aRow + COLUMNS; ++offset)
     {
-        const bool isInside = offset >= aStart && offset - aStart < aBytes.size();
-        cells += isInside ? FormatCell(aBytes[offset - aStart]) : "   ";
+        const bool isInside = offset >= aStart && offset - aStart < aRegisters.size();
+        cells += isInside ? ToCell(aRegisters[offset - aStart]) : "   ";
         if (isInside)
         {
-            text += ToPrintable(aBytes[offset - aStart]);
+            text += ToText(aRegisters[offset - aStart]);
         }
         else if (offset < aStart)
         {
@@ -75,14 +84,14 @@ std::string FormatCell(std::uint8_t aByte)
     return text.data();
 }
 
-std::string FormatHexDump(std::uint32_t aStart, const Bytes& aBytes)
+std::string FormatHexDump(std::uint32_t aStart, const Registers& aRegisters)
 {
-    const auto end = static_cast<std::uint32_t>(aStart + aBytes.size());
+    const auto end = static_cast<std::uint32_t>(aStart + aRegisters.size());
     const int digits = GetDigits(end - 1);
     std::string dump = FormatColumnNumbers(digits) + TEXT_MARGIN + "0123456789abcdef\n";
     for (std::uint32_t row = aStart - aStart % COLUMNS; row < end; row += COLUMNS)
     {
-        dump += FormatRowLabel(row, digits) + FormatRow(row, aStart, aBytes) + '\n';
+        dump += FormatRowLabel(row, digits) + FormatRow(row, aStart, aRegisters) + '\n';
     }
     return dump;
 }

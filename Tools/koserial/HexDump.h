@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Bytes.h"
+#include "RegisterReader.h"
 
 #include <cstdint>
 #include <string>
@@ -18,10 +18,10 @@ std::string FormatRowLabel(std::uint32_t aOffset, int aDigits);
 /// A cell of such a row: " 5f"
 std::string FormatCell(std::uint8_t aByte);
 
-/// The bytes as rows of sixteen, under a line with column numbers, in hexadecimal and as text. A byte that cannot be
-/// printed is a dot. Rows begin at multiples of sixteen.
-/// @param aStart offset of the first byte
-/// @param aBytes one byte at least
-std::string FormatHexDump(std::uint32_t aStart, const Bytes& aBytes);
+/// Registers as rows of sixteen, under a line with column numbers, in hexadecimal and as text. A byte that cannot be
+/// printed is a dot; a register that could not be read is XX, and X in the text. Rows begin at multiples of sixteen.
+/// @param aStart offset of the first register
+/// @param aRegisters one at least
+std::string FormatHexDump(std::uint32_t aStart, const Registers& aRegisters);
 
 } // namespace KoTool

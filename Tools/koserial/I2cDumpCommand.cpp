@@ -1,9 +1,9 @@
+#include "I2cDumpCommand.h"
+
 #include "Commands.h"
 #include "CommonOptions.h"
 #include "Failure.h"
 #include "HexDump.h"
-#include "I2cOptions.h"
-#include "Interruption.h"
 #include "OpenI2cBus.h"
 #include "PortNames.h"
 #include "SimulatedSetup.h"
@@ -22,15 +22,6 @@ namespace
 
 constexpr std::uint32_t USUAL_COUNT = 256;
 
-/// Registers that are read in one piece; between two pieces the command can be interrupted.
-constexpr std::uint32_t PIECE_SIZE = 256;
-
-struct DumpOptions : I2cOptions
-{
-    std::uint32_t mStart = 0;
-    std::optional<std::uint32_t> mCount;
-};
-
 /// Number of registers to show.
 std::uint32_t GetCount(const DumpOptions& aOptions)
 {
@@ -46,34 +37,21 @@ std::uint32_t GetCount(const DumpOptions& aOptions)
     return count;
 }
 
-Bytes ReadRegisters(OpenI2cBus& aBus, const DumpOptions& aOptions, std::uint32_t aCount)
-{
-    Bytes bytes;
-    while (bytes.size() < aCount)
-    {
-        Interruption::ThrowIfRequested();
-        const auto done = static_cast<std::uint32_t>(bytes.size());
-        const Bytes offset = MakeRegisterOffset(aOptions.mStart + done, aOptions.mOffsetSize);
-        const Bytes piece = aBus.Transfer({MakeI2cWrite(aOptions.mAddress, offset),
-                                           MakeI2cRead(aOptions.mAddress, std::min(PIECE_SIZE, aCount - done))})
-                                .back();
-        bytes.insert(bytes.end(), piece.begin(), piece.end());
-    }
-    return bytes;
-}
-
-void Print(const DumpOptions& aOptions, const Bytes& aBytes)
+void Print(const DumpOptions& aOptions, const Registers& aRegisters)
 {
     if (!aOptions.mJson)
     {
-        std::cout << FormatHexDump(aOptions.mStart, aBytes);
+        std::cout << FormatHexDump(aOptions.mStart, aRegisters);
         return;
     }
     nlohmann::ordered_json json;
     json["port"] = GetPortName(aOptions.mPort);
     json["address"] = aOptions.mAddress;
     json["start"] = aOptions.mStart;
-    json["data"] = aBytes;
+    for (const std::optional<std::uint8_t> content : aRegisters)
+    {
+        json["data"].push_back(content ? nlohmann::ordered_json(*content) : nlohmann::ordered_json());
+    }
     std::cout << json << '\n';
 }
 
@@ -82,10 +60,29 @@ void RunDump(const std::string& aDeviceUri, const DumpOptions& aOptions)
     const std::uint32_t count = GetCount(aOptions);
     SimulatedSetup setup(ParseDeviceUri(aDeviceUri));
     WithI2cBus(setup, aOptions.mPort, aOptions.mFastMode,
-               [&](OpenI2cBus& aBus) { Print(aOptions, ReadRegisters(aBus, aOptions, count)); });
+               [&](OpenI2cBus& aBus) { DumpRegisters(aBus, aOptions, count); });
 }
 
 } // namespace
+
+void DumpRegisters(OpenI2cBus& aBus, const DumpOptions& aOptions, std::uint32_t aCount)
+{
+    const auto read = [&](std::uint32_t aFirst, std::uint32_t aLength)
+    { return aBus.ReadAt(aOptions.mAddress, MakeRegisterOffset(aFirst, aOptions.mOffsetSize), aLength); };
+    const Registers registers = ReadRegisters(read, aOptions.mStart, aCount);
+    const auto missing = std::count(registers.begin(), registers.end(), std::nullopt);
+    const std::string slave = FormatByte(aOptions.mAddress) + " on " + GetPortName(aOptions.mPort);
+    if (missing == static_cast<std::ptrdiff_t>(aCount))
+    {
+        throw Failure("nothing answers at " + slave);
+    }
+    Print(aOptions, registers);
+    if (missing > 0)
+    {
+        throw Failure(slave + " did not send " + std::to_string(missing) + " of " + std::to_string(aCount) +
+                      " registers");
+    }
+}
 
 void AddI2cDumpCommand(CLI::App& aGroup, const std::string& aDeviceUri)
 {

@@ -8,6 +8,9 @@
 
 #include <IKoDeviceAdapter.h>
 
+#include <chrono>
+#include <thread>
+
 namespace KoTool
 {
 namespace
@@ -15,6 +18,9 @@ namespace
 
 /// Of a frame, with the address of the slave.
 constexpr std::uint32_t HEADER_SIZE = 9;
+
+/// Twice as long as a read waits, and longer than the system leaves a thread waiting for its turn under load.
+constexpr auto LATE_ANSWER_TIME = std::chrono::milliseconds(100);
 
 } // namespace
 
@@ -44,14 +50,18 @@ OpenI2cBus::~OpenI2cBus()
 
 bool OpenI2cBus::IsPresent(std::uint8_t aAddress)
 {
-    std::uint8_t byte = 0;
-    std::uint32_t count = 0;
-    const KoResult read = mBus.BurstRead(aAddress, &byte, 1, count, mFastMode);
-    if (!read.IsOK() && read.GetCode() != KoResult::TIMEOUT)
+    const I2cMessage probe = MakeI2cRead(aAddress, 1);
+    const bool mayBeWrong = mAnswerMayBeLate;
+    if (Receive(probe, true).empty())
     {
-        throw MakeDeviceFailure("cannot read from " + FormatByte(aAddress) + " on " + mName, read);
+        return false;
     }
-    return read.IsOK();
+    if (!mayBeWrong)
+    {
+        return true;
+    }
+    AwaitLateAnswer();
+    return !Receive(probe, true).empty();
 }
 
 std::vector<Bytes> OpenI2cBus::Transfer(const std::vector<I2cMessage>& aMessages)
@@ -60,6 +70,7 @@ std::vector<Bytes> OpenI2cBus::Transfer(const std::vector<I2cMessage>& aMessages
     {
         CheckLength(message);
     }
+    AwaitLateAnswer();
     std::vector<Bytes> received;
     for (const I2cMessage& message : aMessages)
     {
@@ -67,6 +78,15 @@ std::vector<Bytes> OpenI2cBus::Transfer(const std::vector<I2cMessage>& aMessages
         received.push_back(Execute(message, isLast));
     }
     return received;
+}
+
+Bytes OpenI2cBus::ReadAt(std::uint8_t aAddress, const Bytes& aOffset, std::uint32_t aCount)
+{
+    const I2cMessage offset = MakeI2cWrite(aAddress, aOffset);
+    CheckLength(offset);
+    AwaitLateAnswer();
+    Write(offset, false);
+    return Receive(MakeI2cRead(aAddress, aCount), true);
 }
 
 void OpenI2cBus::Close()
@@ -110,22 +130,41 @@ void OpenI2cBus::Write(const I2cMessage& aMessage, bool aStop)
 
 Bytes OpenI2cBus::Read(const I2cMessage& aMessage, bool aStop)
 {
-    Bytes bytes(aMessage.mReadLength);
-    std::uint32_t count = 0;
-    const KoResult read = mBus.MasterReceiverAfterFirstByte(aMessage.mAddress, bytes.data(), aMessage.mReadLength,
-                                                            count, mFastMode, aStop);
-    if (read.IsOK())
+    Bytes bytes = Receive(aMessage, aStop);
+    if (bytes.size() == aMessage.mReadLength)
     {
         return bytes;
     }
     const std::string slave = FormatByte(aMessage.mAddress) + " on " + mName;
-    if (read.GetCode() != KoResult::TIMEOUT)
+    throw Failure(bytes.empty() ? "nothing answers at " + slave
+                                : slave + " sent " + std::to_string(bytes.size()) + " of " +
+                                      std::to_string(aMessage.mReadLength) + " bytes");
+}
+
+/// The bytes that come in time.
+Bytes OpenI2cBus::Receive(const I2cMessage& aMessage, bool aStop)
+{
+    Bytes bytes(aMessage.mReadLength);
+    std::uint32_t count = 0;
+    const KoResult read = mBus.MasterReceiverAfterFirstByte(aMessage.mAddress, bytes.data(), aMessage.mReadLength,
+                                                            count, mFastMode, aStop);
+    if (!read.IsOK() && read.GetCode() != KoResult::TIMEOUT)
     {
-        throw MakeDeviceFailure("cannot read from " + slave, read);
+        throw MakeDeviceFailure("cannot read from " + FormatByte(aMessage.mAddress) + " on " + mName, read);
     }
-    throw Failure(count == 0 ? "nothing answers at " + slave
-                             : slave + " sent " + std::to_string(count) + " of " +
-                                   std::to_string(aMessage.mReadLength) + " bytes");
+    mAnswerMayBeLate = mAnswerMayBeLate || !read.IsOK();
+    bytes.resize(count);
+    return bytes;
+}
+
+/// Lets an answer that is late arrive before the next read, which drops what has arrived.
+void OpenI2cBus::AwaitLateAnswer()
+{
+    if (mAnswerMayBeLate)
+    {
+        std::this_thread::sleep_for(LATE_ANSWER_TIME);
+        mAnswerMayBeLate = false;
+    }
 }
 
 void WithI2cBus(SimulatedSetup& aSetup, KoDeviceSerial aPort, bool aFastMode,

@@ -34,7 +34,9 @@ public:
     OpenI2cBus(const OpenI2cBus&) = delete;
     OpenI2cBus& operator=(const OpenI2cBus&) = delete;
 
-    /// True when a slave sends a byte that it is asked for. When there is none that takes 50 ms.
+    /// True when a slave sends a byte that it is asked for. When there is none that takes 50 ms. A byte that may be the
+    /// late answer to an earlier read does not count: the slave is then asked again when no such answer can come any
+    /// more.
     /// @throws Failure
     bool IsPresent(std::uint8_t aAddress);
 
@@ -44,6 +46,11 @@ public:
     /// @throws Failure, also when not all bytes come; before anything is sent when a write is too long for the port
     std::vector<Bytes> Transfer(const std::vector<I2cMessage>& aMessages);
 
+    /// Writes the offset of a register and reads from there.
+    /// @return what has come in time, perhaps nothing
+    /// @throws Failure, but not when bytes do not come
+    Bytes ReadAt(std::uint8_t aAddress, const Bytes& aOffset, std::uint32_t aCount);
+
     /// @throws Failure
     void Close();
 
@@ -52,10 +59,13 @@ private:
     Bytes Execute(const I2cMessage& aMessage, bool aStop);
     void Write(const I2cMessage& aMessage, bool aStop);
     Bytes Read(const I2cMessage& aMessage, bool aStop);
+    Bytes Receive(const I2cMessage& aMessage, bool aStop);
+    void AwaitLateAnswer();
 
     const std::string mName;
     const bool mFastMode;
     const std::uint32_t mLongestWrite;
+    bool mAnswerMayBeLate = false; ///< a read has timed out, and what it asked for may still come
     KoDeviceI2CBus mBus;
 };
 

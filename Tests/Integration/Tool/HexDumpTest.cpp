@@ -11,6 +11,13 @@ TEST(HexDump, ShowsBytesInHexadecimalAndAsText)
               "00: 00 41 7e 20 7f ff 7a                               .A~ ..z\n");
 }
 
+TEST(HexDump, MarksWhatCouldNotBeRead)
+{
+    EXPECT_EQ(FormatHexDump(0, {'a', std::nullopt, 'X'}),
+              "     0  1  2  3  4  5  6  7  8  9  a  b  c  d  e  f    0123456789abcdef\n"
+              "00: 61 XX 58                                           aXX\n");
+}
+
 TEST(HexDump, BeginsARowAtEveryMultipleOfSixteen)
 {
     EXPECT_EQ(FormatHexDump(0x1E, {'a', 'b', 'c'}),

@@ -1,12 +1,19 @@
 #include <OpenI2cBus.h>
 
+#include <BulkModeScope.h>
 #include <Failure.h>
 #include <SimulatedSetup.h>
 
 #include "Support/Complaint.h"
 #include "Support/Text.h"
 
+#include <IKoDeviceEventSink.h>
+#include <KoSim/FaultInjectingAdapter.h>
+
 #include <gtest/gtest.h>
+
+#include <mutex>
+#include <vector>
 
 using namespace KoTool;
 
@@ -89,6 +96,87 @@ TEST_P(OpenI2cBusTest, TellsThatTheDeviceIsGone)
             EXPECT_TRUE(Matches(failure, "cannot read from 0x48 on bulk[03]: NOT_CONNECTED.*"));
             mSetup.GetDevice().Connect();
         });
+}
+
+namespace
+{
+
+/// A device whose first answer on bulk port 0 comes so late that it arrives while the next request goes out.
+class LateAdapter : public KoSim::FaultInjectingAdapter, private IKoDeviceEventSink
+{
+public:
+    using FaultInjectingAdapter::FaultInjectingAdapter;
+
+    KoResult RegisterEventSink(IKoDeviceEventSink* aSink) override
+    {
+        mSink = aSink;
+        return FaultInjectingAdapter::RegisterEventSink(this);
+    }
+
+    KoResult UnregisterEventSink(IKoDeviceEventSink* /*aSink*/) override
+    {
+        return FaultInjectingAdapter::UnregisterEventSink(this);
+    }
+
+    KoResult BulkTransmit(const std::uint8_t* aData, std::uint32_t aCommand, std::uint32_t aLength) override
+    {
+        const std::lock_guard<std::mutex> lock(mMutex);
+        if (mState == State::Holding)
+        {
+            mState = State::InTime;
+            mSink->NotifyEvent(0x9000, 0, 0, 0, mAnswer.data(), static_cast<std::uint32_t>(mAnswer.size()));
+        }
+        return FaultInjectingAdapter::BulkTransmit(aData, aCommand, aLength);
+    }
+
+private:
+    enum class State
+    {
+        Waiting,
+        Holding,
+        InTime,
+    };
+
+    /// An event holds a status word and the bytes that came.
+    static constexpr std::uint32_t STATUS_SIZE = 4;
+
+    void NotifyEvent(std::uint16_t aEventId, std::uint16_t aChannel, std::uint64_t aBlockId, std::uint64_t aTimestamp,
+                     const void* aData, std::uint32_t aLength) override
+    {
+        {
+            const std::lock_guard<std::mutex> lock(mMutex);
+            if (mState == State::Waiting && aLength > STATUS_SIZE)
+            {
+                const auto* const bytes = static_cast<const std::uint8_t*>(aData);
+                mAnswer.assign(bytes, bytes + aLength);
+                mState = State::Holding;
+                return;
+            }
+        }
+        mSink->NotifyEvent(aEventId, aChannel, aBlockId, aTimestamp, aData, aLength);
+    }
+
+    void NotifyInvalidatedGenParameter(const KoString& aName) override { mSink->NotifyInvalidatedGenParameter(aName); }
+
+    IKoDeviceEventSink* mSink = nullptr;
+    std::mutex mMutex; ///< guards what follows
+    State mState = State::Waiting;
+    Bytes mAnswer;
+};
+
+} // namespace
+
+TEST(OpenI2cBus, DoesNotTakeALateAnswerForThatOfTheNextSlave)
+{
+    SimulatedSetup setup(ParseDeviceUri("sim,timing=instant"));
+    LateAdapter device(setup.GetDevice());
+    const BulkModeScope mode(device, KoDeviceSerialBulk0, "I2C");
+    OpenI2cBus bus(device, KoDeviceSerialBulk0, true);
+
+    EXPECT_FALSE(bus.IsPresent(THERMOMETER));
+    EXPECT_FALSE(bus.IsPresent(THERMOMETER + 1));
+    EXPECT_TRUE(bus.IsPresent(THERMOMETER));
+    bus.Close();
 }
 
 TEST(OpenI2cBus, IsNotThereOnADeviceWithoutI2c)
