@@ -61,7 +61,9 @@ void AddI2cWriteCommand(CLI::App& aGroup, const std::string& aDeviceUri)
     command
         ->add_option_function<std::vector<std::string>>(
             "BYTE", [options](const std::vector<std::string>& aWords) { options->mData = ParseBytes(aWords); },
-            "The bytes")
+            "The bytes: with the offset at most 253, or what the port sends in one piece where that is less; more "
+            "would\n"
+            "reach other slaves and is refused")
         ->required()
         ->type_name("");
     command->callback([options, &aDeviceUri] { RunWrite(aDeviceUri, *options); });

@@ -247,6 +247,26 @@ TEST(I2cUsage, NeedsACommandOfTheGroup)
     EXPECT_EQ(RunKoserial({"i2c", "--help"}).mStatus, 0);
 }
 
+TEST(I2cUsage, RefusesAWriteThatWouldReachOtherSlaves)
+{
+    const TemporaryDirectory directory;
+    const std::string image = directory / "eeprom";
+    std::vector<std::string> words = {"--device",    "sim:tiny-downstream,timing=instant,eeprom=" + image,
+                                      "i2c",         "write",
+                                      "bulk3",       "0x50",
+                                      "--reg-bytes", "2",
+                                      "--reg",       "0"};
+    words.insert(words.end(), 20, "0x5a");
+    const Outcome outcome = RunKoserial(words);
+    EXPECT_EQ(outcome.mStatus, 1);
+    EXPECT_EQ(outcome.mErrors, "koserial: cannot write 22 bytes to 0x50: bulk3 sends at most 21 in one piece\n");
+    EXPECT_EQ(ReadFile(image).find('Z'), std::string::npos);
+
+    words.pop_back();
+    EXPECT_EQ(RunKoserial(words).mStatus, 0);
+    EXPECT_EQ(ReadFile(image).substr(0, 20), std::string(19, 'Z') + '\xFF');
+}
+
 TEST(I2cUsage, TellsWhichDeviceHasNoI2c)
 {
     const Outcome outcome = RunKoserial({"--device", "sim:uart-only", "i2c", "scan", "bulk0"});
