@@ -65,6 +65,7 @@ void RunWrite(const std::string& aDeviceUri, const WriteOptions& aOptions)
     {
         throw Failure(input.GetDescriptor().GetName() + " is empty: nothing was written");
     }
+    setup.HoldImages();
     WithSpiBus(setup, aOptions.mPort,
                [&](OpenSpiBus& aBus)
                {

@@ -50,6 +50,7 @@ void PrintJson(const TransferOptions& aOptions, const std::vector<Bytes>& aRecei
 void RunTransfer(const std::string& aDeviceUri, const TransferOptions& aOptions)
 {
     SimulatedSetup setup(ParseDeviceUri(aDeviceUri));
+    setup.HoldImages();
     WithI2cBus(setup, aOptions.mPort, aOptions.mFastMode,
                [&](OpenI2cBus& aBus)
                {

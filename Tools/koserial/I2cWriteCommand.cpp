@@ -45,6 +45,7 @@ void RunWrite(const std::string& aDeviceUri, const WriteOptions& aOptions)
 {
     const I2cMessage message = MakeMessage(aOptions);
     SimulatedSetup setup(ParseDeviceUri(aDeviceUri));
+    setup.HoldImages();
     WithI2cBus(setup, aOptions.mPort, aOptions.mFastMode, [&](OpenI2cBus& aBus) { aBus.Transfer({message}); });
 }
 

@@ -10,8 +10,11 @@
 #include <KoSim/MemoryImage.h>
 #include <KoSim/SpiFlash.h>
 
+#include <cerrno>
 #include <iostream>
 #include <system_error>
+
+#include <fcntl.h>
 
 namespace KoTool
 {
@@ -69,6 +72,32 @@ const char* GetInterfaceName(KoSim::BulkInterface aInterface)
 SimulatedSetup::SimulatedSetup(const DeviceUri& aUri) : mUri(aUri), mDevice(aUri.mProfile)
 {
     AddChips();
+}
+
+void SimulatedSetup::HoldImages()
+{
+    HoldImage("eeprom", mUri.mEepromFile);
+    HoldImage("flash", mUri.mFlashFile);
+}
+
+void SimulatedSetup::HoldImage(const char* aKey, const std::string& aPath)
+{
+    if (aPath.empty())
+    {
+        return;
+    }
+    const Descriptor& file = mHeldImages.emplace_back(aPath, O_RDWR, -1);
+    struct flock whole = {};
+    whole.l_type = F_WRLCK;
+    whole.l_whence = SEEK_SET;
+    if (::fcntl(file.Get(), F_OFD_SETLK, &whole) == 0)
+    {
+        return;
+    }
+    const int error = errno;
+    const std::string key = std::string("device: ") + aKey + ": ";
+    throw error == EAGAIN ? Failure(key + "another program is writing to " + aPath)
+                          : MakeSystemFailure(key + "cannot lock " + aPath, error);
 }
 
 LineDescription SimulatedSetup::DescribeLine(KoDeviceSerial aPort) const

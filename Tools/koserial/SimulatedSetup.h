@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Descriptor.h"
 #include "DeviceUri.h"
 
 #include <KoDeviceSerial.h>
@@ -8,6 +9,7 @@
 #include <KoSim/SimulatedDevice.h>
 
 #include <cstdint>
+#include <list>
 #include <memory>
 #include <string>
 #include <vector>
@@ -39,6 +41,11 @@ public:
 
     KoSim::SimulatedDevice& GetDevice() { return mDevice; }
 
+    /// Keeps the files of the chips for this command, as one that writes to the chips should: another one that asks for
+    /// them is refused until the end of this object. Reading them takes no hold.
+    /// @throws Failure when another program has taken one
+    void HoldImages();
+
     /// How the device carries a port that it offers.
     LineDescription DescribeLine(KoDeviceSerial aPort) const;
 
@@ -59,11 +66,13 @@ private:
     };
 
     void AddChips();
+    void HoldImage(const char* aKey, const std::string& aPath);
     std::shared_ptr<KoSim::ILineEnd> MakeFarEnd(KoDeviceSerial aPort);
     std::shared_ptr<KoSim::ILineEnd> MakeTerminal(KoDeviceSerial aPort, const std::string& aLink);
 
     const DeviceUri mUri;
     std::vector<Terminal> mTerminals;
+    std::list<Descriptor> mHeldImages;
     KoSim::SimulatedDevice mDevice;
 };
 

@@ -49,6 +49,7 @@ void RunTransfer(const std::string& aDeviceUri, const TransferOptions& aOptions)
 {
     Check(aOptions);
     SimulatedSetup setup(ParseDeviceUri(aDeviceUri));
+    setup.HoldImages();
     Bytes received;
     WithSpiBus(setup, aOptions.mPort,
                [&](OpenSpiBus& aBus)

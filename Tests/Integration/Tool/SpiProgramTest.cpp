@@ -225,6 +225,25 @@ TEST_P(SpiProgram, EndsOnCtrlCBetweenTwoSectors)
     EXPECT_TRUE(ReadFile(mImage) == content.substr(0, done) + before.substr(done));
 }
 
+TEST_P(SpiProgram, LetsNobodyElseWriteMeanwhile)
+{
+    WriteFile(mImage, std::string(FLASH_SIZE, '\xAA'));
+    WriteFile(mFile, std::string(FLASH_SIZE, '\x55'));
+    Program program(Koserial(Spi("real", "flash-write", {mFile})));
+    program.Start();
+    ASSERT_TRUE(WaitUntil([&] { return ReadFile(mImage)[SECTOR_SIZE] == '\x55'; }));
+
+    const std::string refusal = "device: flash: another program is writing to " + mImage;
+    EXPECT_EQ(GetComplaint(1, "flash-write", {mFile}), refusal);
+    EXPECT_EQ(GetComplaint(1, "transfer", {"--write", "06"}), refusal);
+    EXPECT_EQ(GetOutput("flash-id", {}), "0xef 0x40 0x14, 1048576 bytes\n");
+    EXPECT_TRUE(program.IsRunning());
+
+    program.Signal(SIGINT);
+    EXPECT_EQ(program.Wait(), 130);
+    EXPECT_EQ(GetOutput("transfer", {"--write", "06"}), "");
+}
+
 TEST(SpiUsage, RefusesAUart)
 {
     const Outcome outcome = RunKoserial({"spi", "flash-id", "uart1"});
