@@ -15,13 +15,9 @@ timespec GetDeadline(std::uint32_t aTimeoutMs)
     constexpr long NS_PER_SECOND = 1000000000;
     timespec time = {};
     ::clock_gettime(CLOCK_MONOTONIC, &time);
-    time.tv_sec += aTimeoutMs / 1000;
-    time.tv_nsec += aTimeoutMs % 1000 * NS_PER_MS;
-    if (time.tv_nsec >= NS_PER_SECOND)
-    {
-        ++time.tv_sec;
-        time.tv_nsec -= NS_PER_SECOND;
-    }
+    const long nanoseconds = time.tv_nsec + aTimeoutMs % 1000 * NS_PER_MS;
+    time.tv_sec += aTimeoutMs / 1000 + nanoseconds / NS_PER_SECOND;
+    time.tv_nsec = nanoseconds % NS_PER_SECOND;
     return time;
 }
 
@@ -44,10 +40,7 @@ Result Event::Sleep(std::uint32_t aTimeoutMs)
         }
         std::uint32_t expected = CLEAR;
         mState.compare_exchange_strong(expected, AWAITED, std::memory_order_relaxed);
-        if (expected != SET)
-        {
-            hasTime = SleepWhile(mState, AWAITED, &deadline);
-        }
+        hasTime = SleepWhile(mState, AWAITED, &deadline);
     }
     return Result(KoResult::OK);
 }
