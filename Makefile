@@ -18,7 +18,7 @@ build-%: deps
 	@cmake --build --preset $* --parallel $(JOBS)
 
 demo: build-dev ## talk to a simulated device
-	@build/dev/Tools/koserial/koserial demo
+	@build/dev/bin/koserial demo
 
 test: build-dev ## run all tests
 	@ctest --preset dev --parallel $(TEST_JOBS)
@@ -39,7 +39,7 @@ build-arm64: deps
 
 test-arm64: build-arm64 ## run all tests and the demo for 64-bit Arm, in an emulator
 	@ctest --preset arm64 --parallel $(TEST_JOBS)
-	@qemu-aarch64 -L /usr/aarch64-linux-gnu build/arm64/Tools/koserial/koserial demo
+	@qemu-aarch64 -L /usr/aarch64-linux-gnu build/arm64/bin/koserial demo
 
 soak: build-dev ## work all ports of two devices for MINUTES (default 1) and lose nothing
 	@build/dev/Tests/Soak/KoSerialSoak $$((60 * $(or $(MINUTES),1)))
@@ -88,7 +88,7 @@ tidy: deps ## run cppcheck and clang-tidy over the libraries, the tool and the e
 	    --suppressions-list=.cppcheck-suppressions $(CHECKED_INCLUDES) $(CHECKED)
 	@git ls-files $(CHECKED) | grep '\.cpp$$' | xargs -P $(JOBS) -n 4 clang-tidy -p build/clang --quiet
 
-ABI_LIBRARIES = build/abi/Libraries/KoSerial/libKoSerial.so build/abi-arm64/Libraries/KoSerial/libKoSerial.so
+ABI_LIBRARIES = build/abi/lib/libKoSerial.so build/abi-arm64/lib/libKoSerial.so
 
 abi: ## compare the library's binary interface with the one in Tests/Abi (UPDATE=1 rewrites that)
 	@Scripts/install-deps abigail-tools g++-aarch64-linux-gnu

@@ -25,8 +25,11 @@ set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
 set(CMAKE_POSITION_INDEPENDENT_CODE ON)
 set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 
-# An installed program finds the libraries beside it, wherever the tree is installed.
-set(CMAKE_INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}:$ORIGIN")
+# The build tree is laid out like the installed one: what is installed finds the libraries by the same relative path in
+# both, and nowhere else.
+set(KO_LIBRARY_DIR ${PROJECT_BINARY_DIR}/${CMAKE_INSTALL_LIBDIR})
+set(KO_PROGRAM_DIR ${PROJECT_BINARY_DIR}/${CMAKE_INSTALL_BINDIR})
+file(RELATIVE_PATH KO_LIBRARIES_OF_PROGRAM ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_LIBDIR})
 
 # ko_add_library(NAME ALIAS SOURCES...): an installed shared library libNAME.so with a versioned soname.
 function(ko_add_library name alias)
@@ -37,7 +40,10 @@ function(ko_add_library name alias)
     set_target_properties(${name} PROPERTIES
         EXPORT_NAME ${alias}
         VERSION ${PROJECT_VERSION}
-        SOVERSION ${PROJECT_VERSION_MAJOR})
+        SOVERSION ${PROJECT_VERSION_MAJOR}
+        LIBRARY_OUTPUT_DIRECTORY ${KO_LIBRARY_DIR}
+        BUILD_WITH_INSTALL_RPATH ON
+        INSTALL_RPATH "$ORIGIN")
     install(TARGETS ${name} EXPORT KoSerialTargets
         LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
         INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/KoSerial)
