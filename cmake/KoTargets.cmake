@@ -1,7 +1,8 @@
 # What every target of this project is built with.
 add_library(ko_options INTERFACE)
 target_compile_features(ko_options INTERFACE cxx_std_17)
-target_compile_options(ko_options INTERFACE -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror)
+target_compile_options(ko_options INTERFACE -Wall -Wextra -Wpedantic -Wconversion -Wshadow
+    $<$<BOOL:${KO_WERROR}>:-Werror>)
 # Breaches of a contract are found while an application is written: a distribution's build does without the check, with
 # or without NDEBUG.
 if(KO_CHECK_CONTRACT)
@@ -31,9 +32,10 @@ set(KO_LIBRARY_DIR ${PROJECT_BINARY_DIR}/${CMAKE_INSTALL_LIBDIR})
 set(KO_PROGRAM_DIR ${PROJECT_BINARY_DIR}/${CMAKE_INSTALL_BINDIR})
 file(RELATIVE_PATH KO_LIBRARIES_OF_PROGRAM ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_LIBDIR})
 
-# ko_add_library(NAME ALIAS SOURCES...): an installed shared library libNAME.so with a versioned soname.
+# ko_add_library(NAME ALIAS SOURCES...): an installed library, libNAME.so with a versioned soname unless BUILD_SHARED_LIBS
+# is off.
 function(ko_add_library name alias)
-    add_library(${name} SHARED ${ARGN})
+    add_library(${name} ${ARGN})
     add_library(Ko::${alias} ALIAS ${name})
     target_link_libraries(${name} PRIVATE $<BUILD_INTERFACE:ko_options>)
     target_compile_features(${name} PUBLIC cxx_std_17)
@@ -42,9 +44,11 @@ function(ko_add_library name alias)
         VERSION ${PROJECT_VERSION}
         SOVERSION ${PROJECT_VERSION_MAJOR}
         LIBRARY_OUTPUT_DIRECTORY ${KO_LIBRARY_DIR}
+        ARCHIVE_OUTPUT_DIRECTORY ${KO_LIBRARY_DIR}
         BUILD_WITH_INSTALL_RPATH ON
         INSTALL_RPATH "$ORIGIN")
     install(TARGETS ${name} EXPORT KoSerialTargets
         LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+        ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
         INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/KoSerial)
 endfunction()
