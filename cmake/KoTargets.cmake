@@ -9,6 +9,16 @@ if(KO_CHECK_CONTRACT)
     target_compile_definitions(ko_options INTERFACE KO_CHECK_CONTRACT=1)
 endif()
 
+# What is installed is hardened: an error in memory ends the process rather than serves an attacker. Sanitizers look for
+# the same errors and stand in for the functions that fortification replaces.
+add_library(ko_hardening INTERFACE)
+if(NOT CMAKE_CXX_FLAGS MATCHES "-fsanitize")
+    target_compile_options(ko_hardening INTERFACE
+        -fstack-protector-strong
+        $<$<CONFIG:Release,RelWithDebInfo,MinSizeRel>:-U_FORTIFY_SOURCE;-D_FORTIFY_SOURCE=2>)
+    target_link_options(ko_hardening INTERFACE -Wl,-z,relro,-z,now)
+endif()
+
 # Counted branches are those that somebody has written: without the compiler's own for an exception that passes through.
 # Only the port map has something to tidy up then.
 function(ko_count_written_branches_only target)
@@ -37,7 +47,7 @@ file(RELATIVE_PATH KO_LIBRARIES_OF_PROGRAM ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_
 function(ko_add_library name alias)
     add_library(${name} ${ARGN})
     add_library(Ko::${alias} ALIAS ${name})
-    target_link_libraries(${name} PRIVATE $<BUILD_INTERFACE:ko_options>)
+    target_link_libraries(${name} PRIVATE $<BUILD_INTERFACE:ko_options> $<BUILD_INTERFACE:ko_hardening>)
     target_compile_features(${name} PUBLIC cxx_std_17)
     set_target_properties(${name} PROPERTIES
         EXPORT_NAME ${alias}
