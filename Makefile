@@ -17,7 +17,9 @@ build-%: deps
 	@cmake --preset $* >/dev/null
 	@cmake --build --preset $* --parallel $(JOBS)
 
-demo: build-dev ## talk to a simulated device
+demo: deps ## talk to a simulated device
+	@cmake --preset dev >/dev/null
+	@cmake --build --preset dev --parallel $(JOBS) --target koserial
 	@build/dev/bin/koserial demo
 
 test: build-dev ## run all tests
@@ -99,8 +101,16 @@ docs: ## write the API documentation to build/docs
 	@Scripts/install-deps doxygen
 	@mkdir -p build/docs && doxygen Documentation/Doxyfile
 
-install: build-release ## install to PREFIX (default /usr/local)
-	@cmake --install build/release --prefix $(or $(PREFIX),/usr/local)
+PREFIX = /usr/local
+# Where the installed tree is built, and what else its configuration is to say: -DBUILD_SHARED_LIBS=OFF, for example.
+INSTALL_BUILD = build/install
+CMAKE_OPTIONS =
+
+install: ## build and install to PREFIX (default /usr/local)
+	@Scripts/install-deps --build-only
+	@cmake --preset install -B $(INSTALL_BUILD) -D CMAKE_INSTALL_PREFIX=$(abspath $(PREFIX)) $(CMAKE_OPTIONS) >/dev/null
+	@cmake --build $(INSTALL_BUILD) --parallel $(JOBS)
+	@cmake --install $(INSTALL_BUILD)
 
 clean: ## remove everything that was built
 	@rm -rf build
