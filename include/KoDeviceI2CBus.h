@@ -64,7 +64,7 @@ public:
     /// - INVALID_PARAMETER: the port is no bulk port, or offers I2C in a way that only Bulk0 has
     /// - NOT_CONNECTED: the device is not connected
     /// - GENERIC_ERROR: the port is in use, or an access to the device failed
-    KoResult Open(IKoDeviceAdapter* aDevice, KoDeviceSerial aPort);
+    [[nodiscard]] KoResult Open(IKoDeviceAdapter* aDevice, KoDeviceSerial aPort);
 
     /// Closes the bus. @return OK; NOT_OPENED: Open was never called; NOT_CONNECTED: closed already, or the device is
     /// not connected
@@ -81,12 +81,13 @@ public:
 
     /// Writes bytes to a slave. The device does not tell whether the slave has acknowledged them.
     /// @param aLength number of bytes; more than what goes out as one transfer (see above) reaches other slaves
-    KoResult BurstWrite(std::uint8_t aAddress, const std::uint8_t* aData, std::uint32_t aLength, bool aFastMode);
+    [[nodiscard]] KoResult BurstWrite(std::uint8_t aAddress, const std::uint8_t* aData, std::uint32_t aLength,
+                                      bool aFastMode);
 
     /// Writes a register offset and then bytes to a slave.
     /// @param aLength number of bytes; more than what goes out as one transfer (see above) reaches other slaves
-    KoResult IndirectBurstWrite(std::uint8_t aAddress, std::uint8_t aOffset, const std::uint8_t* aData,
-                                std::uint32_t aLength, bool aFastMode);
+    [[nodiscard]] KoResult IndirectBurstWrite(std::uint8_t aAddress, std::uint8_t aOffset, const std::uint8_t* aData,
+                                              std::uint32_t aLength, bool aFastMode);
 
     /// Reads bytes from a slave. Received bytes that nobody has read are dropped first. Each wait for bytes is 50 ms,
     /// more from 11112 bytes on (44445 in fast mode). A slave that does not acknowledge sends nothing, which is the
@@ -98,21 +99,23 @@ public:
     /// @param aLength number of bytes, at most 65535; beyond 16383, which is what the receive buffer holds, bytes are
     ///                lost when they come faster than the calling thread takes them
     /// @param[out] aBytesRead number of bytes that came, also after a TIMEOUT
-    KoResult BurstRead(std::uint8_t aAddress, std::uint8_t* aBuffer, std::uint32_t aLength, std::uint32_t& aBytesRead,
-                       bool aFastMode);
+    [[nodiscard]] KoResult BurstRead(std::uint8_t aAddress, std::uint8_t* aBuffer, std::uint32_t aLength,
+                                     std::uint32_t& aBytesRead, bool aFastMode);
 
     /// Writes a register offset to a slave, then reads bytes from it as BurstRead() does.
     /// @param aRepeatedStart true leaves out the stop condition between the two
-    KoResult IndirectBurstRead(std::uint8_t aAddress, std::uint8_t aOffset, std::uint8_t* aBuffer,
-                               std::uint32_t aLength, std::uint32_t& aBytesRead, bool aFastMode, bool aRepeatedStart);
+    [[nodiscard]] KoResult IndirectBurstRead(std::uint8_t aAddress, std::uint8_t aOffset, std::uint8_t* aBuffer,
+                                             std::uint32_t aLength, std::uint32_t& aBytesRead, bool aFastMode,
+                                             bool aRepeatedStart);
 
     /// Writes bytes to a slave as BurstWrite() does. @param aStop true ends the transfer with a stop condition
-    KoResult MasterTransmitter(std::uint8_t aAddress, const std::uint8_t* aData, std::uint32_t aLength, bool aFastMode,
-                               bool aStop);
+    [[nodiscard]] KoResult MasterTransmitter(std::uint8_t aAddress, const std::uint8_t* aData, std::uint32_t aLength,
+                                             bool aFastMode, bool aStop);
 
     /// Reads bytes from a slave as BurstRead() does. @param aStop true ends the transfer with a stop condition
-    KoResult MasterReceiverAfterFirstByte(std::uint8_t aAddress, std::uint8_t* aBuffer, std::uint32_t aLength,
-                                          std::uint32_t& aBytesRead, bool aFastMode, bool aStop);
+    [[nodiscard]] KoResult MasterReceiverAfterFirstByte(std::uint8_t aAddress, std::uint8_t* aBuffer,
+                                                        std::uint32_t aLength, std::uint32_t& aBytesRead,
+                                                        bool aFastMode, bool aStop);
 
 private:
     std::unique_ptr<KoSerialLib::DeviceI2CBus> mImpl;

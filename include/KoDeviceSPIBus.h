@@ -54,7 +54,7 @@ public:
     /// - NOT_SUPPORTED: the device offers no SPI on that port
     /// - NOT_CONNECTED: the device is not connected
     /// - GENERIC_ERROR: the port is in use, or an access to the device failed
-    KoResult Open(IKoDeviceAdapter* aDevice, KoDeviceSerial aPort);
+    [[nodiscard]] KoResult Open(IKoDeviceAdapter* aDevice, KoDeviceSerial aPort);
 
     /// Closes the bus. @return OK; NOT_OPENED: Open was never called; NOT_CONNECTED: closed already, or the device is
     /// not connected
@@ -77,8 +77,8 @@ public:
     /// @param aSPIControl passed on to the device
     /// @return OK; NOT_OPENED: Open was never called; INVALID_PARAMETER: a length above 255; NOT_CONNECTED: the bus is
     ///         closed, or the device is not connected; anything else is what the device answered
-    KoResult BurstWriteAndRead(std::uint8_t* aData, std::uint32_t aWriteLength, std::uint32_t aReadLength,
-                               bool aSimultaneous, bool aSPIControl);
+    [[nodiscard]] KoResult BurstWriteAndRead(std::uint8_t* aData, std::uint32_t aWriteLength, std::uint32_t aReadLength,
+                                             bool aSimultaneous, bool aSPIControl);
 
     /// Collects bytes that transfers have clocked in; returns as soon as there is at least one. Bytes that nobody has
     /// collected, those of a read that timed out included, stay and answer the next call.
@@ -87,8 +87,8 @@ public:
     /// @param[out] aBytesRead number of bytes taken
     /// @param aTimeoutMs how long to wait for the first byte, in milliseconds; 0 does not wait
     /// @return OK; NOT_OPENED: Open was never called; TIMEOUT: nothing came in time
-    KoResult BurstRead(std::uint8_t* aBuffer, std::uint32_t aLength, std::uint32_t& aBytesRead,
-                       std::uint32_t aTimeoutMs);
+    [[nodiscard]] KoResult BurstRead(std::uint8_t* aBuffer, std::uint32_t aLength, std::uint32_t& aBytesRead,
+                                     std::uint32_t aTimeoutMs);
 
 private:
     std::unique_ptr<KoSerialLib::DeviceSPIBus> mImpl;

@@ -71,7 +71,7 @@ public:
     /// - GENERIC_ERROR: another object of this process holds the port ("The specified port is already in use."), or an
     ///   access to the device failed; on bulk port 0 a failed access may give the code of the device instead. After a
     ///   failed access IsOpened() may be true: then Close() cleans up, or Abandon() where Close() is refused
-    KoResult Open(IKoDeviceAdapter* aDevice, KoDeviceSerial aPort);
+    [[nodiscard]] KoResult Open(IKoDeviceAdapter* aDevice, KoDeviceSerial aPort);
 
     /// Closes the port and forgets received bytes that were not read. The ring size and the statistics stay.
     /// @return OK; NOT_CONNECTED when the port is not open, or when the device is not connected: then the port stays
@@ -101,7 +101,7 @@ public:
     /// - TIMEOUT: the device did not make room in time (bulk port 0)
     /// - BUFFER_TOO_SMALL: the device has no room for any frame (bulk ports)
     /// - another code: what the device answered (bulk ports)
-    KoResult Write(const std::uint8_t* aData, std::uint32_t aSize, std::uint32_t& aBytesWritten);
+    [[nodiscard]] KoResult Write(const std::uint8_t* aData, std::uint32_t aSize, std::uint32_t& aBytesWritten);
 
     /// Tells how far the current or last write has come. May be called while another thread writes.
     /// @param[out] aWritten bytes sent; unchanged on failure
@@ -120,7 +120,8 @@ public:
     ///                        bytes that have ended the wait
     /// @param aTimeoutMs how long to wait for the first byte, in milliseconds; 0 does not wait
     /// @return OK; TIMEOUT: nothing came in time
-    KoResult Read(std::uint8_t* aBuffer, std::uint32_t aSize, std::uint32_t& aBytesRead, std::uint32_t aTimeoutMs);
+    [[nodiscard]] KoResult Read(std::uint8_t* aBuffer, std::uint32_t aSize, std::uint32_t& aBytesRead,
+                                std::uint32_t aTimeoutMs);
 
     /// Forgets the received bytes that were not read. May be called while another thread reads: a read that has just
     /// been woken by such a byte returns OK with 0 bytes, one that waits goes on waiting. @return OK
