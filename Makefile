@@ -74,11 +74,16 @@ bench-instructions: build-bench ## count instructions, compare with Benchmarks/i
 bench-plot: ## draw what make bench has measured, for README.md
 	@Scripts/plot-bench $(BENCH_RESULTS) Documentation/performance.svg
 
+# Found without git, which refuses to read somebody else's checkout.
+SOURCES = find Benchmarks Examples Libraries Tests Tools include -name '*.h' -o -name '*.cpp'
+
 format: ## format the sources
-	@git ls-files '*.h' '*.cpp' | xargs clang-format -i
+	@Scripts/install-deps clang-format
+	@$(SOURCES) | xargs clang-format -i
 
 check-format: ## check that the sources are formatted
-	@git ls-files '*.h' '*.cpp' | xargs clang-format --dry-run -Werror
+	@Scripts/install-deps clang-format
+	@$(SOURCES) | xargs clang-format --dry-run -Werror
 
 CHECKED = Examples Libraries Tools include
 CHECKED_INCLUDES = -I include -I Libraries/KoBase/include -I Libraries/KoSim/include -I Libraries/KoSim/src
@@ -88,7 +93,7 @@ tidy: deps ## run cppcheck and clang-tidy over the libraries, the tool and the e
 	@cmake --preset clang >/dev/null
 	@cppcheck --quiet --std=c++17 --language=c++ --enable=warning,style,performance,portability --error-exitcode=1 \
 	    --suppressions-list=.cppcheck-suppressions $(CHECKED_INCLUDES) $(CHECKED)
-	@git ls-files $(CHECKED) | grep '\.cpp$$' | xargs -P $(JOBS) -n 4 clang-tidy -p build/clang --quiet
+	@find $(CHECKED) -name '*.cpp' | xargs -P $(JOBS) -n 4 clang-tidy -p build/clang --quiet
 
 ABI_LIBRARIES = build/abi/lib/libKoSerial.so build/abi-arm64/lib/libKoSerial.so
 
