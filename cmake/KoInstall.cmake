@@ -13,8 +13,8 @@ install(EXPORT KoSerialTargets NAMESPACE Ko:: DESTINATION ${KO_PACKAGE_DIR})
 install(FILES ${PROJECT_BINARY_DIR}/KoSerialConfig.cmake ${PROJECT_BINARY_DIR}/KoSerialConfigVersion.cmake
     DESTINATION ${KO_PACKAGE_DIR})
 
-# ko_install_pkg_config(LIBRARY DESCRIPTION [REQUIRES package] [PRIVATE_LIBS flags]): the file is completed when the tree
-# is installed, because only then its prefix is known: cmake --install takes another one than was configured.
+# ko_install_pkg_config(LIBRARY DESCRIPTION [REQUIRES package] [PRIVATE_LIBS flags]): the file is completed when the
+# tree is installed, because only then its prefix is known: cmake --install takes another one than was configured.
 function(ko_install_pkg_config library description)
     cmake_parse_arguments(PARSE_ARGV 2 arg "" "REQUIRES;PRIVATE_LIBS" "")
     string(TOLOWER ${library} package)

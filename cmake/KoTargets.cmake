@@ -19,6 +19,15 @@ if(NOT CMAKE_CXX_FLAGS MATCHES "-fsanitize")
     target_link_options(ko_hardening INTERFACE -Wl,-z,relro,-z,now)
 endif()
 
+# ko_precompile_headers(TARGET HEADERS...): more than half of a compilation goes into headers of the standard library, so
+# each target compiles them once, and HEADERS too. Sources include what they use all the same: the presets clang and
+# abi do without.
+function(ko_precompile_headers target)
+    target_precompile_headers(${target} PRIVATE
+        <algorithm> <array> <atomic> <chrono> <condition_variable> <cstdint> <cstring> <deque> <functional> <map> <memory>
+        <mutex> <optional> <string> <thread> <vector> ${ARGN})
+endfunction()
+
 # Counted branches are those that somebody has written: without the compiler's own for an exception that passes through.
 # Only the port map has something to tidy up then.
 function(ko_count_written_branches_only target)
@@ -26,7 +35,8 @@ function(ko_count_written_branches_only target)
         get_target_property(sources ${target} SOURCES)
         list(FILTER sources EXCLUDE REGEX "PortMap.cpp")
         set_source_files_properties(${sources} PROPERTIES
-            COMPILE_OPTIONS "-fno-exceptions;-fasynchronous-unwind-tables")
+            COMPILE_OPTIONS "-fno-exceptions;-fasynchronous-unwind-tables"
+            SKIP_PRECOMPILE_HEADERS ON)
     endif()
 endfunction()
 
@@ -42,8 +52,8 @@ set(KO_LIBRARY_DIR ${PROJECT_BINARY_DIR}/${CMAKE_INSTALL_LIBDIR})
 set(KO_PROGRAM_DIR ${PROJECT_BINARY_DIR}/${CMAKE_INSTALL_BINDIR})
 file(RELATIVE_PATH KO_LIBRARIES_OF_PROGRAM ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_LIBDIR})
 
-# ko_add_library(NAME ALIAS SOURCES...): an installed library, libNAME.so with a versioned soname unless BUILD_SHARED_LIBS
-# is off.
+# ko_add_library(NAME ALIAS SOURCES...): an installed library, libNAME.so with a versioned soname unless
+# BUILD_SHARED_LIBS is off.
 function(ko_add_library name alias)
     add_library(${name} ${ARGN})
     add_library(Ko::${alias} ALIAS ${name})

@@ -1,5 +1,6 @@
 # No program and no library of the build tree looks for libraries in the folder in which somebody happens to be: that is
-# what an empty element of a run path means. PROGRAM and LIBRARY must be found there; what other tests build is left out.
+# what an empty element of a run path means. PROGRAM and LIBRARY must be found there; what other tests build is
+# left out.
 cmake_minimum_required(VERSION 3.25)
 
 cmake_path(GET WORK_DIR PARENT_PATH works)
