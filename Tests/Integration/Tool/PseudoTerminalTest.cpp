@@ -117,11 +117,18 @@ TEST_F(PseudoTerminal, DoesNotReplaceAFileByItsLink)
     EXPECT_EQ(ReadFile(mLink), "precious");
 }
 
-TEST_F(PseudoTerminal, ReplacesALinkThatPointsNowhere)
+TEST_F(PseudoTerminal, ReplacesALinkToATerminalThatIsGone)
 {
-    std::filesystem::create_symlink(mDirectory / "gone", mLink);
+    std::filesystem::create_symlink("/dev/pts/999999", mLink);
     EXPECT_EQ(RunKoserial({"--device", mDevice, "send", "uart1", "-"}).mStatus, 0);
     EXPECT_FALSE(IsLink(mLink));
+}
+
+TEST_F(PseudoTerminal, LeavesALinkToAMissingFileAlone)
+{
+    std::filesystem::create_symlink(mDirectory / "gone", mLink);
+    EXPECT_EQ(RunKoserial({"--device", mDevice, "send", "uart1", "-"}).mStatus, 1);
+    EXPECT_EQ(std::filesystem::read_symlink(mLink), mDirectory / "gone");
 }
 
 TEST_F(PseudoTerminal, NeedsADirectoryForItsLink)
