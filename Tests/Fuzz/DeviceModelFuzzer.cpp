@@ -102,7 +102,10 @@ void Deliver(DeviceModel& aModel)
         if (const auto* const event = std::get_if<EventOutput>(&outputs.front()))
         {
             EXPECT_THAT_ALWAYS(event->mPayload.size() >= 4 + event->mReceivedBytes);
-            aModel.CountEvent(*event, true);
+            if (aModel.StartDelivery(*event))
+            {
+                aModel.CountEvent(*event, true);
+            }
         }
         else if (const auto* const bytes = std::get_if<LineOutput>(&outputs.front()))
         {

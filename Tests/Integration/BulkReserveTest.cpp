@@ -58,8 +58,11 @@ private:
     void Deliver(const KoSim::InvalidationOutput& /*aInvalidation*/) {}
     void Deliver(const KoSim::EventOutput& aEvent)
     {
-        mSink->NotifyEvent(aEvent.mEventId, 0, 0, 0, aEvent.mPayload.data(),
-                           static_cast<std::uint32_t>(aEvent.mPayload.size()));
+        if (mModel.StartDelivery(aEvent))
+        {
+            mSink->NotifyEvent(aEvent.mEventId, 0, 0, 0, aEvent.mPayload.data(),
+                               static_cast<std::uint32_t>(aEvent.mPayload.size()));
+        }
     }
 };
 

@@ -12,6 +12,9 @@ namespace
 
 constexpr std::size_t FIFO_SIZE = 256;
 
+/// One for the chunk that the host is about to hand over, one that it remembers, one that is being delivered.
+constexpr std::size_t MOST_CREDIT = 3;
+
 /// The most received bytes that fit one event packet of the device.
 constexpr std::size_t BYTES_PER_EVENT = 512;
 
@@ -53,6 +56,8 @@ void BulkFifoModel::WriteConfig(std::uint32_t aValue)
         mStatistics.mTxOverruns += mFifo.size();
         mFifo.clear();
         DropBlocks();
+        ++mBlock;
+        mCredit = 0;
     }
 }
 
@@ -76,7 +81,7 @@ void BulkFifoModel::SetByteTime(Time aByteTime)
 
 void BulkFifoModel::Transmit(const std::uint8_t* aData, std::size_t aLength, std::uint32_t aCommand, Time aNow)
 {
-    const std::size_t taken = std::min(aLength, FIFO_SIZE - mFifo.size());
+    const std::size_t taken = std::min(aLength, GetFreeBytes());
     mStatistics.mTxOverruns += aLength - taken;
     if (taken == 0)
     {
@@ -97,13 +102,38 @@ void BulkFifoModel::Transmit(const std::uint8_t* aData, std::size_t aLength, std
         }
     }
     mFifo.insert(mFifo.end(), aData, aData + taken);
-    // An empty interrupt behind a partially-empty one has told a slow host twice to go on: it is not told a third time.
-    const bool hostWillGoOn = mReportedPartial && mReportedEmpty;
-    mReportedPartial = false;
-    mReportedEmpty = false;
-    if (FIFO_SIZE - mFifo.size() >= mLaterChunk && !hostWillGoOn)
+    StartBlock(aLength);
+    if (GetFreeBytes() >= mPartialRoom)
     {
-        ReportPartial(aNow);
+        ReportRoom(INTERRUPT_BULK_TX_PARTIAL, aNow);
+    }
+}
+
+/// The host has used a credit, if it had one; what was reported before is outdated.
+void BulkFifoModel::StartBlock(std::size_t aLength)
+{
+    ++mBlock;
+    const bool beginsWrite = aLength > mLaterChunk;
+    mCredit = beginsWrite || mCredit == 0 ? 0 : mCredit - 1;
+    mPartialRoom = ChoosePartialRoom();
+}
+
+/// The host may hand over the chunks of its credit and one more when it is told to go on, and the empty interrupt
+/// behind that must still be true.
+std::size_t BulkFifoModel::ChoosePartialRoom() const
+{
+    if (mCredit == 0 || 2 * mLaterChunk > FIFO_SIZE)
+    {
+        return mLaterChunk;
+    }
+    return 3 * mLaterChunk > FIFO_SIZE ? FIFO_SIZE : (mCredit + 1) * mLaterChunk;
+}
+
+void BulkFifoModel::StartDelivery(const EventOutput& aEvent)
+{
+    if (aEvent.mBlock != 0)
+    {
+        mCredit = std::min(mCredit + 1, MOST_CREDIT);
     }
 }
 
@@ -128,12 +158,16 @@ std::optional<Time> BulkFifoModel::GetDeadline() const
     return deadline;
 }
 
+std::size_t BulkFifoModel::GetFreeBytes() const
+{
+    return FIFO_SIZE - mFifo.size();
+}
+
 /// Number of bytes that must leave the FIFO before it has something to report.
 Time::rep BulkFifoModel::GetBytesToInterrupt() const
 {
-    const std::size_t room = FIFO_SIZE - mFifo.size();
-    const bool partialIsAhead = room < mLaterChunk && mLaterChunk < FIFO_SIZE;
-    return static_cast<Time::rep>(partialIsAhead ? mLaterChunk - room : mFifo.size());
+    const bool partialIsAhead = GetFreeBytes() < mPartialRoom && mPartialRoom < FIFO_SIZE;
+    return static_cast<Time::rep>(partialIsAhead ? mPartialRoom - GetFreeBytes() : mFifo.size());
 }
 
 void BulkFifoModel::Drain(Time aNow)
@@ -155,22 +189,20 @@ void BulkFifoModel::SendBytes(Time::rep aCount)
     mByteDone += mByteTime * aCount;
 
     const Time lastByteDone = mByteDone - mByteTime;
-    if (FIFO_SIZE - mFifo.size() == mLaterChunk)
-    {
-        ReportPartial(lastByteDone);
-    }
     if (mFifo.empty())
     {
-        mReportedEmpty = true;
-        SendInterrupt(INTERRUPT_BULK_TX_EMPTY, {}, lastByteDone);
+        ReportRoom(INTERRUPT_BULK_TX_EMPTY, lastByteDone);
         mIdleSince = lastByteDone;
+    }
+    else if (GetFreeBytes() == mPartialRoom)
+    {
+        ReportRoom(INTERRUPT_BULK_TX_PARTIAL, lastByteDone);
     }
 }
 
-void BulkFifoModel::ReportPartial(Time aNow)
+void BulkFifoModel::ReportRoom(std::uint32_t aStatus, Time aNow)
 {
-    mReportedPartial = true;
-    SendInterrupt(INTERRUPT_BULK_TX_PARTIAL, {}, aNow);
+    SendInterrupt(aStatus, {}, aNow, mBlock);
 }
 
 void BulkFifoModel::TakeFromLine(Time aNow)
@@ -193,7 +225,8 @@ void BulkFifoModel::TakeFromLine(Time aNow)
     }
 }
 
-void BulkFifoModel::SendInterrupt(std::uint32_t aStatus, const std::vector<std::uint8_t>& aBytes, Time aNow)
+void BulkFifoModel::SendInterrupt(std::uint32_t aStatus, const std::vector<std::uint8_t>& aBytes, Time aNow,
+                                  std::uint64_t aBlock)
 {
     if ((mInterrupts & aStatus) == 0)
     {
@@ -203,7 +236,7 @@ void BulkFifoModel::SendInterrupt(std::uint32_t aStatus, const std::vector<std::
     payload.reserve(sizeof(aStatus) + aBytes.size());
     AppendWord(payload, aStatus);
     payload.insert(payload.end(), aBytes.begin(), aBytes.end());
-    mOutputs.emplace_back(EventOutput{mPort, mEventId, aNow, aBytes.size(), std::move(payload)});
+    mOutputs.emplace_back(EventOutput{mPort, mEventId, aNow, aBytes.size(), std::move(payload), aBlock});
 }
 
 } // namespace KoSim

@@ -305,6 +305,20 @@ void DeviceModel::ResetLineStatistics(Port aPort)
     ForEachModelOf(aPort, [](PortModel& aModel) { aModel.mStatistics = LineStatistics(); });
 }
 
+bool DeviceModel::StartDelivery(const EventOutput& aEvent)
+{
+    if (aEvent.mPort != Port::Bulk0)
+    {
+        return true;
+    }
+    if (mBulk0.IsOutdated(aEvent))
+    {
+        return false;
+    }
+    mBulk0.StartDelivery(aEvent);
+    return true;
+}
+
 void DeviceModel::CountEvent(const EventOutput& aEvent, bool aDelivered)
 {
     LineStatistics& statistics = GetPort(aEvent.mPort).mStatistics;

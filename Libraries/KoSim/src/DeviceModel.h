@@ -97,6 +97,9 @@ public:
     /// What the device has to tell the outside world; whoever carries it away takes it out.
     OutputQueue& GetOutputs() { return mOutputs; }
 
+    /// Tells that an event is being delivered; false when it is outdated: then it must not be.
+    bool StartDelivery(const EventOutput& aEvent);
+
     /// Counts the bytes of an event as reported to the host, or as lost when no host listened.
     void CountEvent(const EventOutput& aEvent, bool aDelivered);
 

@@ -218,6 +218,10 @@ void DeviceRunner::WaitForWork(Lock& aLock)
 
 void DeviceRunner::Deliver(Lock& aLock, const EventOutput& aEvent)
 {
+    if (!mModel.StartDelivery(aEvent))
+    {
+        return;
+    }
     const std::uint64_t blockId = ++mBlockId;
     const auto timestamp = static_cast<std::uint64_t>(aEvent.mTime.count());
     mModel.CountEvent(aEvent, mConnected && !mSinks.empty());

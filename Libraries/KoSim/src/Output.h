@@ -23,6 +23,7 @@ struct EventOutput
     Time mTime;
     std::size_t mReceivedBytes; ///< number of bytes from the line that the payload carries
     std::vector<std::uint8_t> mPayload;
+    std::uint64_t mBlock = 0; ///< the block of the host that it is about, counted from 1; 0 when it is about none
 };
 
 /// Bytes that have reached the far end of a line.

@@ -24,7 +24,6 @@ public:
     PortModel(Port aPort, OutputQueue& aOutputs) : mPort(aPort), mOutputs(aOutputs) {}
     virtual ~PortModel() = default;
 
-    PortModel(const PortModel&) = delete;
     PortModel& operator=(const PortModel&) = delete;
 
     Port GetPort() const { return mPort; }
@@ -65,6 +64,9 @@ public:
     LineStatistics mStatistics;
 
 protected:
+    /// A copy goes its own way from here, and reports to the same queue.
+    PortModel(const PortModel&) = default;
+
     void ReportSent(std::vector<std::uint8_t> aBytes)
     {
         mStatistics.mSentBytes += aBytes.size();

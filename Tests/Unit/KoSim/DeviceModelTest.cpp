@@ -8,7 +8,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
+#include <iterator>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -197,6 +199,23 @@ TEST(DeviceModelTest, KeepsTheRoomOfEachLineApart)
 
     EXPECT_EQ(model.GetRoom(Port::Uart0), room - text.size());
     EXPECT_EQ(model.GetRoom(Port::Uart1), room);
+}
+
+TEST(DeviceModelTest, DoesNotStartToDeliverAnOutdatedInterrupt)
+{
+    DeviceModel model(WithRealTiming());
+    model.WriteRegister(REG_INTERRUPT_ENABLE, INTERRUPT_BULK_TX_EMPTY, 0ms);
+    model.BulkTransmit(AsBytes("a"), 1, 0, 0ms);
+    model.BulkTransmit(AsBytes("b"), 1, 0, 1s);
+    model.Advance(2s);
+    OutputQueue events;
+    std::copy_if(model.GetOutputs().begin(), model.GetOutputs().end(), std::back_inserter(events),
+                 [](const Output& aOutput) { return std::holds_alternative<EventOutput>(aOutput); });
+
+    ASSERT_EQ(events.size(), 2U);
+    EXPECT_FALSE(model.StartDelivery(std::get<EventOutput>(events[0])));
+    EXPECT_TRUE(model.StartDelivery(std::get<EventOutput>(events[1])));
+    EXPECT_TRUE(model.StartDelivery({Port::Uart1, EVENT_SERIAL_INTERRUPT, 0ms, 5, {}}));
 }
 
 TEST(DeviceModelTest, CountsTheBytesOfAnEventAsReceivedOrLost)

@@ -7,14 +7,17 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <chrono>
 #include <future>
 #include <memory>
 #include <mutex>
 #include <optional>
 #include <string>
 #include <thread>
+#include <vector>
 
 using namespace KoSim;
+using namespace std::chrono_literals;
 
 class SimulatedDeviceSinkTest : public ::testing::Test
 {
@@ -308,4 +311,38 @@ TEST_F(SimulatedDeviceSinkTest, IsToldNothingWhileTheDeviceIsFrozen)
     mDevice.Freeze(false);
     EXPECT_TRUE(sink.WaitForBytes("AB"));
     mDevice.UnregisterEventSink(&sink);
+}
+
+TEST_F(SimulatedDeviceSinkTest, IsNotCalledForATransmitInterruptThatABlockHasOutdated)
+{
+    mDevice.WriteRegister(REG_INTERRUPT_ENABLE, INTERRUPT_BULK_TX_EMPTY | INTERRUPT_BULK_TX_PARTIAL);
+    std::promise<void> reached;
+    std::promise<void> mayReturn;
+    std::atomic<bool> isFirst{true};
+    TestEventSink sink(
+        [&](const TestEventSink::Event&)
+        {
+            if (isFirst.exchange(false))
+            {
+                reached.set_value();
+                mayReturn.get_future().wait();
+            }
+        });
+    mDevice.RegisterEventSink(&sink);
+    // On an instant line both interrupts of a block are there at once.
+    const std::string block(200, 'x');
+    mDevice.BulkTransmit(reinterpret_cast<const std::uint8_t*>(block.data()), 0, 200);
+    reached.get_future().wait();
+    mDevice.BulkTransmit(reinterpret_cast<const std::uint8_t*>(block.data()), 0, 200);
+    mayReturn.set_value();
+    ASSERT_TRUE(mDevice.WaitUntilQuiet(10s));
+    mDevice.UnregisterEventSink(&sink);
+
+    std::vector<std::uint32_t> statuses;
+    for (const TestEventSink::Event& event : sink.GetEvents())
+    {
+        statuses.push_back(event.mStatus);
+    }
+    EXPECT_EQ(statuses, (std::vector<std::uint32_t>{INTERRUPT_BULK_TX_PARTIAL, INTERRUPT_BULK_TX_PARTIAL,
+                                                    INTERRUPT_BULK_TX_EMPTY}));
 }
