@@ -14,6 +14,26 @@ namespace KoSerialLib
 /// Bytes go out in chunks that fit the transmit FIFO of the device: the first fills it, each later one fills the space
 /// that the device has reported free by the partially-empty interrupt. Every wait is bounded by a time that follows
 /// from the line rate, which is read from the device when the port is opened. Received bytes come in events.
+///
+/// Before each chunk the engine takes back what interrupts have signalled, then it transmits, then it waits. An
+/// interrupt that arrives between the two, because this thread or that of the device is late, is about the chunk before
+/// but ends the wait behind this one, with two effects:
+/// - A further chunk goes out before the device has asked for it. A device can allow for that where two later chunks
+/// fit
+///   the FIFO, that is with a reserve of 124 bytes or more (123 on I2C), as KoSim's does. With a smaller reserve, or
+///   another device, the end of that chunk can be lost.
+/// - When it is the empty interrupt and this chunk the last, Write() returns while bytes are in the FIFO, and the first
+///   chunk of a write that follows at once can be lost in part. The same happens when the final wait times out, which
+///   fails no write: 256 bytes at 9600 bit/s with doubled time take longer than it lasts.
+///
+/// Nothing reports such a loss. It takes a thread that is late by the time of about as many bytes as the reserve has,
+/// so a larger reserve makes it rarer. What rules it out: writes that are one chunk each, up to 256 bytes (254 on I2C),
+/// whose final wait does not time out; or such a device and reserve and, before each write behind a longer one, a pause
+/// in which the FIFO drains, 256 bytes' time, and its interrupts arrive.
+///
+/// A wait that times out says that no interrupt has been delivered in time. A device thread that gets no CPU for that
+/// long, 300 ms on most lines, looks the same as a device that does not answer; its late interrupts then fall into
+/// whatever is written next, so that a retry needs the pause too.
 class BulkIPEngine : public BulkWithI2C
 {
 public:

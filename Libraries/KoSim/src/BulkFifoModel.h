@@ -22,10 +22,11 @@ namespace KoSim
 ///
 /// A host hands over a chunk for each interrupt that it gets. One that reaches it between the preparation of a chunk
 /// and its transmission lets it hand over another one unasked: it has a credit then, which this FIFO cannot see but
-/// allows for. While the host may have one, the partially-empty interrupt waits for the space of two chunks, if the
-/// FIFO has that: so no later chunk of up to 128 bytes finds the FIFO full, however late the host is. The price is that
-/// the line may stand still for a moment between the chunks that follow a late one. A block that is longer than a later
-/// chunk begins a write: its host has waited for the empty interrupt and has no credit.
+/// allows for. While the host may have one, the partially-empty interrupt waits for the space of all the chunks that
+/// may come, or, where three do not fit, leaves the word to the empty interrupt. So no later chunk of up to 128 bytes
+/// finds too little room, however late the host is; for longer ones, of which two do not fit, nothing would help. The
+/// price is that the line stands still for a moment between the chunks that follow a late one. A block that is longer
+/// than a later chunk begins a write: its host has waited for the empty interrupt and has no credit.
 class BulkFifoModel : public BulkModel
 {
 public:
@@ -57,7 +58,7 @@ public:
     /// Tells that an event of this port, which is not outdated, is being delivered.
     void StartDelivery(const EventOutput& aEvent);
 
-    /// Number of chunks, at most 2, that the host may hand over before it is told again.
+    /// The most chunks that the host may hand over before it is told again.
     std::size_t GetCredit() const { return mCredit; }
 
     /// Number of free bytes at which the last block causes the partially-empty interrupt.

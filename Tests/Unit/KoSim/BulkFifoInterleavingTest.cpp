@@ -19,6 +19,9 @@ namespace
 /// Bytes that leave the FIFO in one step.
 constexpr std::size_t PIECE = 16;
 
+/// The searches below find 30000 and fewer.
+constexpr std::size_t MOST_SITUATIONS = 100000;
+
 constexpr HostHabits ONE_WRITE = {};
 constexpr HostHabits WRITES = {false, true, false, false};
 constexpr HostHabits WRITES_OF_ONE_CHUNK = {true, true, false, false};
@@ -48,6 +51,11 @@ Findings Search(const BulkLine& aLine, const HostHabits& aHabits)
     Findings findings;
     while (!open.empty())
     {
+        if (known.size() > MOST_SITUATIONS)
+        {
+            ADD_FAILURE() << "There is no end of situations: interrupts pile up.";
+            return findings;
+        }
         const Situation situation = open.back();
         open.pop_back();
         const bool hasEnded = situation.mHost == HostStep::BeginWrite || situation.mHost == HostStep::End;
