@@ -55,10 +55,12 @@ bool Situation::IsQuiet() const
 
 std::string Situation::GetKey() const
 {
-    std::string key = {static_cast<char>(mHost),          static_cast<char>(mDelivery), static_cast<char>(mPartial),
-                       static_cast<char>(mEmpty),         static_cast<char>(mIsLast),   static_cast<char>(GetLevel()),
-                       static_cast<char>(GetLevel() >> 8)};
-    for (const std::size_t size : {mChunk, mFifo.GetCredit(), mFifo.GetPartialRoom()})
+    std::string key = {static_cast<char>(mHost), static_cast<char>(mDelivery)};
+    for (const bool flag : {mPartial, mEmpty, mIsLast, HasLostBytes()})
+    {
+        key += flag ? '1' : '0';
+    }
+    for (const std::size_t size : {GetLevel(), mChunk, mFifo.GetCredit(), mFifo.GetPartialRoom()})
     {
         key += std::to_string(size) + ',';
     }

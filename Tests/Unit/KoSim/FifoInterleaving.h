@@ -58,7 +58,7 @@ struct Situation
     /// True when no interrupt is being delivered or still to be delivered, and none will come.
     bool IsQuiet() const;
 
-    /// Everything that decides about what can happen from here on.
+    /// Everything that decides about what can happen from here on, and whether bytes were lost on the way.
     std::string GetKey() const;
 };
 
