@@ -159,10 +159,14 @@ void AddAllocations(Figures& aFigures)
 
 void AddLine(Figures& aFigures)
 {
-    AddCounter(aFigures, "line busy, percent, bulk UART at 230400 bit/s, reserve 124",
-               {"line/uart_230400", "busy_percent", 1}, Aim::AtLeast, 99.5);
-    AddCounter(aFigures, "line busy, percent, bulk USRT at 1.04 Mbit/s, reserve 124",
-               {"line/usrt_1043750", "busy_percent", 1}, Aim::Reported, 0);
+    const std::string uart = "bulk UART at 230400 bit/s, reserve 124";
+    const std::string usrt = "bulk USRT at 1.04 Mbit/s, reserve 124";
+    AddCounter(aFigures, "line busy, percent, " + uart, {"line/uart_230400", "busy_percent", 1}, Aim::AtLeast, 99.5);
+    AddCounter(aFigures, "line busy, percent, " + usrt, {"line/usrt_1043750", "busy_percent", 1}, Aim::Reported, 0);
+    AddCounter(aFigures, "most bytes lost of 64 KiB, " + uart, {"line/uart_230400", "lost_bytes", 1, "most"},
+               Aim::AtMost, 0);
+    AddCounter(aFigures, "most bytes lost of 64 KiB, " + usrt, {"line/usrt_1043750", "lost_bytes", 1, "most"},
+               Aim::AtMost, 0);
 }
 
 void AddScale(Figures& aFigures)

@@ -5,12 +5,13 @@
 
 /// What the benchmarks are asked: figures of the library, each beside what it is compared with, and what it should be.
 
-/// A median: the time of an iteration in nanoseconds, or a counter.
+/// What the repetitions of a benchmark have in common: the time of an iteration in nanoseconds, or a counter.
 struct Measure
 {
     std::string mBenchmark; ///< its name with arguments
     std::string mCounter;   ///< empty for the time
     double mDivisor = 1;    ///< units of work in an iteration
+    std::string mStatistic = "median";
 };
 
 enum class Comparison

@@ -79,10 +79,9 @@ void RatioTable::ReportRuns(const std::vector<Run>& aRuns)
             GetErrorStream() << run.benchmark_name() << ": " << run.error_message << "\n";
             mHasFailed = true;
         }
-        // A run that is not repeated has no median but itself.
-        else if (run.repetitions == 1 || run.aggregate_name == "median")
+        else
         {
-            mMedians[MakeKey(run.run_name)] = run;
+            mStatistics[MakeKey(run.run_name)][run.aggregate_name] = run;
         }
     }
 }
@@ -120,18 +119,25 @@ void RatioTable::WriteJson(const std::string& aPath) const
 
 std::optional<double> RatioTable::Find(const Measure& aMeasure) const
 {
-    const auto median = mMedians.find(aMeasure.mBenchmark);
-    if (median == mMedians.end())
+    const auto benchmark = mStatistics.find(aMeasure.mBenchmark);
+    if (benchmark == mStatistics.end())
     {
         return std::nullopt;
     }
+    // A run that is not repeated has no statistics but itself.
+    const std::map<std::string, Run>& statistics = benchmark->second;
+    const auto found = statistics.find(statistics.size() == 1 ? "" : aMeasure.mStatistic);
+    if (found == statistics.end())
+    {
+        return std::nullopt;
+    }
+    const Run& run = found->second;
     if (aMeasure.mCounter.empty())
     {
-        const Run& run = median->second;
         const double toNanoseconds = 1e9 / benchmark::GetTimeUnitMultiplier(run.time_unit);
         return run.GetAdjustedRealTime() * toNanoseconds / aMeasure.mDivisor;
     }
-    return median->second.counters.at(aMeasure.mCounter) / aMeasure.mDivisor;
+    return run.counters.at(aMeasure.mCounter) / aMeasure.mDivisor;
 }
 
 bool RatioTable::IsMeasured(const Figure& aFigure) const

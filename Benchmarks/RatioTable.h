@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-/// Collects what the benchmarks measure, and makes one table of figures of the medians.
+/// Collects what the benchmarks measure, and makes one table of figures of them.
 class RatioTable : public benchmark::BenchmarkReporter
 {
 public:
@@ -34,6 +34,6 @@ private:
     void PrintRows(const std::vector<Row>& aRows);
 
     std::vector<std::vector<Run>> mRuns;
-    std::map<std::string, Run> mMedians; ///< by name with arguments
+    std::map<std::string, std::map<std::string, Run>> mStatistics; ///< by name with arguments, and by statistic
     bool mHasFailed = false;
 };
