@@ -19,9 +19,8 @@ namespace KoSerialLib
 /// interrupt that arrives between the two, because this thread or that of the device is late, is about the chunk before
 /// but ends the wait behind this one, with two effects:
 /// - A further chunk goes out before the device has asked for it. A device can allow for that where two later chunks
-/// fit
-///   the FIFO, that is with a reserve of 124 bytes or more (123 on I2C), as KoSim's does. With a smaller reserve, or
-///   another device, the end of that chunk can be lost.
+///   fit the FIFO, that is with a reserve of 124 bytes or more (123 on I2C), as KoSim's does. With a smaller reserve,
+///   or another device, the end of that chunk can be lost.
 /// - When it is the empty interrupt and this chunk the last, Write() returns while bytes are in the FIFO, and the first
 ///   chunk of a write that follows at once can be lost in part. The same happens when the final wait times out, which
 ///   fails no write: 256 bytes at 9600 bit/s with doubled time take longer than it lasts.
