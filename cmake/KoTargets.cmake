@@ -28,18 +28,6 @@ function(ko_precompile_headers target)
         <mutex> <optional> <string> <thread> <vector> ${ARGN})
 endfunction()
 
-# Counted branches are those that somebody has written: without the compiler's own for an exception that passes through.
-# Only the port map has something to tidy up then.
-function(ko_count_written_branches_only target)
-    if(CMAKE_CXX_FLAGS MATCHES "--coverage")
-        get_target_property(sources ${target} SOURCES)
-        list(FILTER sources EXCLUDE REGEX "PortMap.cpp")
-        set_source_files_properties(${sources} PROPERTIES
-            COMPILE_OPTIONS "-fno-exceptions;-fasynchronous-unwind-tables"
-            SKIP_PRECOMPILE_HEADERS ON)
-    endif()
-endfunction()
-
 set(CMAKE_CXX_EXTENSIONS OFF)
 set(CMAKE_CXX_VISIBILITY_PRESET hidden)
 set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
