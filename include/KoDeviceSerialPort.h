@@ -91,6 +91,9 @@ public:
 
     /// Sends bytes. Blocks until the device has them: on a UART until each is confirmed, up to 1020 ms for a byte; on a
     /// bulk port until the last chunk or frame is handed over and, as far as its time-out allows, sent.
+    ///
+    /// On a bulk port 0 that the device offers in its registers a long write can lose bytes at a thread that is late,
+    /// and nothing reports it: "Writing to bulk port 0 without loss" on the main page says when, and what avoids it.
     /// @param aData the bytes, not kept; may be NULL when aSize is 0
     /// @param aSize number of bytes
     /// @param[out] aBytesWritten number of bytes handed to the device, also after a failure; unchanged on NOT_CONNECTED
