@@ -209,6 +209,17 @@ TEST_P(EventTest, SleepsAgainWhenTheKernelEndsASleepEarly)
     }
 }
 
+TEST_P(EventTest, TakesNoEarlierErrorForTheEndOfItsTime)
+{
+    const FutexStub kernel(0);
+    const auto waitAfterAnError = [this]
+    {
+        errno = ETIMEDOUT;
+        mEvent.Wait_ms(LONG_TIME_MS);
+    };
+    EXPECT_DEATH(waitAfterAnError(), "again and again");
+}
+
 TEST_P(EventTest, EndsTheProcessWhenTheKernelRefusesToLetItWait)
 {
     for (const int error : {EPERM, ENOSYS, EINVAL, EFAULT})

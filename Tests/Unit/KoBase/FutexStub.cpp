@@ -36,8 +36,16 @@ long FutexStub::Answer(const Call& aCall)
         std::abort();
     }
     mCalls.push_back(aCall);
+    if (aCall.mOperation == FUTEX_WAIT_BITSET_PRIVATE && mWhileAsleep)
+    {
+        mWhileAsleep();
+    }
+    if (mError == 0)
+    {
+        return 0;
+    }
     errno = mError;
-    return mError == 0 ? 0 : -1;
+    return -1;
 }
 
 /// The library finds this function before the one of the C library.

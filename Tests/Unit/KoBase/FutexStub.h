@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <ctime>
+#include <functional>
 #include <vector>
 
 /// Answers the futex calls of one thread in place of the kernel as long as it lives: notes each, never sleeps and fails
@@ -16,7 +17,7 @@ public:
         timespec mDeadline; ///< zero when the call has none
     };
 
-    /// @param aError what errno tells after each call; 0 lets the calls succeed
+    /// @param aError what errno tells after each call; 0 lets the calls succeed, and leaves errno as it was
     explicit FutexStub(int aError);
     ~FutexStub();
     FutexStub(const FutexStub&) = delete;
@@ -25,6 +26,7 @@ public:
     long Answer(const Call& aCall);
 
     std::vector<Call> mCalls;
+    std::function<void()> mWhileAsleep; ///< what others do while a call sleeps; may be empty
 
 private:
     const int mError;

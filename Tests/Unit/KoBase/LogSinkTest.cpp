@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+#include <ctime>
 #include <string>
 #include <utility>
 
@@ -76,6 +78,17 @@ TEST(LogSinkTest, LeavesTheFoldersOfAFileOut)
 
     EXPECT_EQ(FormatLogRecord(record),
               "2026-11-20T19:02:11.123Z warning KoSerialLib [4711] SerialPort.cpp:42 Close: text");
+}
+
+TEST(LogSinkTest, TellsTheTimeOfGreenwichWhereverTheProcessRuns)
+{
+    ::setenv("TZ", "AAA+11", 1);
+    ::tzset();
+    const std::string line = FormatLogRecord(MakeRecord());
+    ::unsetenv("TZ");
+    ::tzset();
+
+    EXPECT_EQ(line.substr(0, line.find(' ')), "2026-11-20T19:02:11.123Z");
 }
 
 TEST(LogSinkTest, FillsMillisecondsUpWithZeros)

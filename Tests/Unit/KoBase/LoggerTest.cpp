@@ -109,11 +109,45 @@ TEST_F(LoggerTest, PassesAnEntryOnWithItsOrigin)
     EXPECT_EQ(entry.mCode, KoResult::OK);
     EXPECT_EQ(entry.mCategory, "Category");
     EXPECT_FALSE(entry.mHasInstance);
-    EXPECT_EQ(entry.mThreadId, ::syscall(SYS_gettid));
     EXPECT_EQ(entry.mFile, "File.cpp");
     EXPECT_EQ(entry.mLine, 42);
     EXPECT_EQ(entry.mFunction, "Function");
     EXPECT_EQ(entry.mMessage, "3 bytes of data");
+}
+
+TEST_F(LoggerTest, TellsWhenAnEntryWasMade)
+{
+    const auto before = std::chrono::system_clock::now();
+    mLogger.Log(LOG_ERROR, "File.cpp", 1, "Function", "text");
+    const auto after = std::chrono::system_clock::now();
+
+    ASSERT_EQ(mSink.mEntries.size(), 1U);
+    EXPECT_GE(mSink.mEntries[0].mTime, before);
+    EXPECT_LE(mSink.mEntries[0].mTime, after);
+}
+
+TEST_F(LoggerTest, TellsTheThreadThatLogs)
+{
+    long threadId = 0;
+    std::thread other(
+        [&]
+        {
+            threadId = ::syscall(SYS_gettid);
+            mLogger.Log(LOG_ERROR, "File.cpp", 1, "Function", "text");
+        });
+    other.join();
+
+    ASSERT_EQ(mSink.mEntries.size(), 1U);
+    EXPECT_EQ(mSink.mEntries[0].mThreadId, threadId);
+}
+
+TEST_F(LoggerTest, RecordsAnEmptyMessage)
+{
+    const std::string nothing;
+    mLogger.Log(LOG_ERROR, "File.cpp", 1, "Function", "%s", nothing.c_str());
+
+    ASSERT_EQ(mSink.mEntries.size(), 1U);
+    EXPECT_EQ(mSink.mEntries[0].mMessage, "");
 }
 
 TEST_F(LoggerTest, TellsObjectsOfOneCategoryApart)
@@ -178,6 +212,7 @@ TEST_F(LoggerTest, DoesNotFormatWhatIsNotRecorded)
 
 TEST_F(LoggerTest, RecordsAFailureAsAnErrorWithItsCode)
 {
+    Logger::SetLevel(LOG_ERROR);
     const Result result =
         mLogger.LogResult(KoResult::GENERIC_ERROR, "File.cpp", 7, "Write", "Failed to write byte %d.", 3);
 

@@ -116,6 +116,25 @@ TEST(MutexTest, AsksTheKernelForNothingUnlessTwoThreadsMeet)
     EXPECT_TRUE(kernel.mCalls.empty());
 }
 
+TEST(MutexTest, SleepsAndIsWokenOnceWhenTwoThreadsMeet)
+{
+    Mutex mutex(nullptr, nullptr);
+    mutex.Wait();
+    FutexStub kernel(0);
+    kernel.mWhileAsleep = [&mutex] { mutex.Release(); };
+    mutex.Wait();
+    mutex.Release();
+
+    // The second wake is for those who may sleep beside the one that was woken.
+    ASSERT_EQ(kernel.mCalls.size(), 3U);
+    EXPECT_EQ(kernel.mCalls[0].mOperation, FUTEX_WAIT_BITSET_PRIVATE);
+    for (std::size_t wake = 1; wake < 3; ++wake)
+    {
+        EXPECT_EQ(kernel.mCalls[wake].mOperation, FUTEX_WAKE_PRIVATE);
+        EXPECT_EQ(kernel.mCalls[wake].mValue, 1U);
+    }
+}
+
 TEST(MutexTest, EndsTheProcessWhenTheKernelRefusesToLetAThreadWait)
 {
     Mutex mutex(nullptr, nullptr);

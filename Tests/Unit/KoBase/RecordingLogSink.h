@@ -2,6 +2,7 @@
 
 #include <KuUtilsLib/LogSink.h>
 
+#include <chrono>
 #include <string>
 #include <vector>
 
@@ -11,6 +12,7 @@ class RecordingLogSink : public KuUtilsLib::ILogSink
 public:
     struct Entry
     {
+        std::chrono::system_clock::time_point mTime;
         KuUtilsLib::PriorityLevel mLevel;
         std::uint32_t mCode;
         std::string mCategory;
@@ -25,9 +27,9 @@ public:
 
     void Write(const KuUtilsLib::LogRecord& aRecord) override
     {
-        mEntries.push_back({aRecord.mLevel, aRecord.mCode, aRecord.mCategory, aRecord.mInstance != nullptr,
-                            aRecord.mInstance == nullptr ? "" : aRecord.mInstance, aRecord.mThreadId, aRecord.mFile,
-                            aRecord.mLine, aRecord.mFunction, aRecord.mMessage});
+        mEntries.push_back({aRecord.mTime, aRecord.mLevel, aRecord.mCode, aRecord.mCategory,
+                            aRecord.mInstance != nullptr, aRecord.mInstance == nullptr ? "" : aRecord.mInstance,
+                            aRecord.mThreadId, aRecord.mFile, aRecord.mLine, aRecord.mFunction, aRecord.mMessage});
     }
 
     std::vector<Entry> mEntries;
