@@ -26,7 +26,7 @@
 ///
 /// @par What the library promises
 /// - It never owns or deletes the adapter; the caller keeps it alive until every port opened on it is closed or
-/// abandoned.
+///   abandoned.
 /// - An Open that has claimed the port registers a sink once. It is unregistered by the Close that succeeds and by
 ///   Abandon, and also by a failed Open on the features of a bulk port, which closes again as far as the device is
 ///   connected. An Open that fails on a UART or on bulk port 0 in registers leaves its sink registered, and so does a
