@@ -17,14 +17,23 @@ struct
     termios mRaw{};
 } sTerminal;
 
-/// Without SA_RESTART a wait for a key would end; with SA_NODEFER a handler can let its own signal take effect.
+/// With SA_RESTART a wait for a key goes on.
 void SetHandler(int aSignal, void (*aHandler)(int), struct sigaction* aFormer = nullptr)
 {
     struct sigaction action = {};
     action.sa_handler = aHandler;
-    action.sa_flags = SA_RESTART | SA_NODEFER;
+    action.sa_flags = SA_RESTART;
     ::sigemptyset(&action.sa_mask);
     ::sigaction(aSignal, &action, aFormer);
+}
+
+/// Lets a signal that was raised in its own handler take effect now and not behind the handler.
+void Unblock(int aSignal)
+{
+    sigset_t signals;
+    ::sigemptyset(&signals);
+    ::sigaddset(&signals, aSignal);
+    ::pthread_sigmask(SIG_UNBLOCK, &signals, nullptr);
 }
 
 /// In the background this stops the program until it is in the foreground.
@@ -41,6 +50,7 @@ void Stop(int aSignal)
     ::tcsetattr(sTerminal.mDescriptor, TCSANOW, &sTerminal.mFormer);
     SetHandler(aSignal, SIG_DFL);
     ::raise(aSignal);
+    Unblock(aSignal);
     SetHandler(aSignal, &Stop);
     // The signal has no effect where no shell could ever continue the program.
     Continue(SIGCONT);
