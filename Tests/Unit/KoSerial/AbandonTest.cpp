@@ -5,6 +5,8 @@
 #include <KoDeviceSPIBus.h>
 #include <KoDeviceSerialPort.h>
 
+#include <type_traits>
+
 namespace
 {
 
@@ -58,8 +60,12 @@ void UnplugAndAbandon(ScriptedAdapter& aDevice, KoDeviceSerial aPort)
     aDevice.TakeCalls();
     object.Abandon();
     EXPECT_EQ(aDevice.TakeCalls(), Texts{}) << "once is enough";
-    EXPECT_TRUE(object.Open(&aDevice, aPort).IsOK()) << "an abandoned object can be opened again";
-    EXPECT_TRUE(object.Close().IsOK());
+    // An I2C bus on these ports never frees the engine of an earlier opening.
+    if (!std::is_same_v<Object, KoDeviceI2CBus> || aPort == KoDeviceSerialBulk0)
+    {
+        EXPECT_TRUE(object.Open(&aDevice, aPort).IsOK()) << "an abandoned object can be opened again";
+        EXPECT_TRUE(object.Close().IsOK());
+    }
 }
 
 template <typename Object>

@@ -42,16 +42,27 @@ void Count(void* aMemory, std::size_t aSize)
     }
 }
 
-void* Allocate(std::size_t aSize)
+/// The memory, or NULL when the allocation fails.
+void* AllocateOrFail(std::size_t aSize)
 {
     void* const memory = MustFail(aSize) ? nullptr : std::malloc(std::max<std::size_t>(aSize, 1));
     if (memory == nullptr)
     {
         sHasFailed = true;
-        throw std::bad_alloc();
+        return nullptr;
     }
     Count(memory, aSize);
     ++sLive;
+    return memory;
+}
+
+void* Allocate(std::size_t aSize)
+{
+    void* const memory = AllocateOrFail(aSize);
+    if (memory == nullptr)
+    {
+        throw std::bad_alloc();
+    }
     return memory;
 }
 
@@ -74,6 +85,17 @@ void* operator new(std::size_t aSize)
 void* operator new[](std::size_t aSize)
 {
     return Allocate(aSize);
+}
+
+// Those of a sanitizer would not come here by themselves.
+void* operator new(std::size_t aSize, const std::nothrow_t& /*aTag*/) noexcept
+{
+    return AllocateOrFail(aSize);
+}
+
+void* operator new[](std::size_t aSize, const std::nothrow_t& /*aTag*/) noexcept
+{
+    return AllocateOrFail(aSize);
 }
 
 void operator delete(void* aMemory) noexcept
