@@ -66,7 +66,7 @@ TEST_F(PseudoTerminal, HandsWhatTheProgramSendsToRecv)
 TEST_F(PseudoTerminal, LetsRecvKeepWhatCameBeforeTheTimeout)
 {
     WriteFile(mFile, "seven..");
-    Program koserial(Receive("10", "3000"));
+    Program koserial(Receive("10", "10000"));
     koserial.Start();
     ASSERT_TRUE(WaitForLink());
     Program socat({SOCAT_PROGRAM, "-u", "OPEN:" + mFile, "OPEN:" + mLink});
@@ -74,7 +74,7 @@ TEST_F(PseudoTerminal, LetsRecvKeepWhatCameBeforeTheTimeout)
 
     EXPECT_EQ(koserial.Wait(), 1);
     EXPECT_EQ(koserial.GetErrors(), "received 7 of 10 bytes\n"
-                                    "koserial: cannot read from uart1: TIMEOUT: Nothing came for 3000 ms.\n");
+                                    "koserial: cannot read from uart1: TIMEOUT: Nothing came for 10000 ms.\n");
     EXPECT_EQ(ReadFile(mOut), "seven..");
 }
 
