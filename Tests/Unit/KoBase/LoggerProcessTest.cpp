@@ -109,10 +109,10 @@ TEST(LoggerProcessTest, SendsNoControlCharacterToATerminal)
 
 TEST(LoggerProcessTest, SendsNoControlCharacterOfTheVariableToATerminal)
 {
-    const Lines lines = RunHelper("\"KO_LOG=$(printf 'a\\033[2Jb')\"", "end");
+    const Lines lines = RunHelper("\"KO_LOG=$(printf '\\233a\\033[2Jb')\"", "end");
 
     ASSERT_EQ(lines.size(), 2U);
-    EXPECT_EQ(lines[0].substr(0, lines[0].find(" is not")), "KO_LOG=a\\x1b[2Jb");
+    EXPECT_EQ(lines[0].substr(0, lines[0].find(" is not")), "KO_LOG=\\x9ba\\x1b[2Jb");
 }
 
 TEST(LoggerProcessTest, TakesALevelByName)
