@@ -23,8 +23,8 @@ public:
     void Write(const std::uint8_t* aData, std::uint32_t aSize)
     {
         std::uint32_t written = 0;
-        mPort.Write(aData, aSize, written);
-        Check(written == aSize, "a write did not send its bytes");
+        const bool isWritten = mPort.Write(aData, aSize, written).IsOK();
+        Check(isWritten && written == aSize, "a write did not send its bytes");
     }
 
 private:

@@ -23,8 +23,8 @@ public:
     std::uint32_t Take(std::uint8_t* aBuffer, std::uint32_t aSize)
     {
         std::uint32_t count = 0;
-        mPort->Read(aBuffer, aSize, count, READ_TIMEOUT_MS);
-        return count;
+        const bool isRead = mPort->Read(aBuffer, aSize, count, READ_TIMEOUT_MS).IsOK();
+        return isRead ? count : 0;
     }
 
 private:

@@ -263,7 +263,7 @@ void IRegisterSerialPort::NotifyInvalidatedGenParameter(const KoString& aParamet
 
 /// Makes the buffer at least as long as the register; false when there is no memory for it. Only bytes that are about
 /// to be received are cleared: memory that nobody touches costs nothing, however long the register claims to be.
-bool IRegisterSerialPort::PrepareUpstreamBuffer(std::uint32_t aLength, std::uint32_t aCount)
+inline bool IRegisterSerialPort::PrepareUpstreamBuffer(std::uint32_t aLength, std::uint32_t aCount)
 {
     if (mUpstreamBufferSize < aLength)
     {

@@ -369,8 +369,8 @@ void SerialPort::CheckThatItMayBeReplaced() const
 
 /// Takes what the ring holds. False when it is empty: then a byte that arrives from now on ends the wait of this
 /// reader, unless it does not want to wait.
-bool SerialPort::TakeOrAnnounceReader(std::uint8_t* aBuffer, std::uint32_t aSize, std::uint32_t& aBytesRead,
-                                      std::uint32_t aTimeoutMs)
+inline bool SerialPort::TakeOrAnnounceReader(std::uint8_t* aBuffer, std::uint32_t aSize, std::uint32_t& aBytesRead,
+                                             std::uint32_t aTimeoutMs)
 {
     const KuUtilsLib::LockScope lock(&mMutex);
     if (mRxHead != mRxTail)
