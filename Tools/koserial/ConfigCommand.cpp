@@ -135,7 +135,7 @@ PortSettings ReadSettings(const std::string& aPath)
     InputFile file(aPath);
     const Bytes text = ReadAll(file, LONGEST_FILE);
     const std::string& name = file.GetDescriptor().GetName();
-    const PortSettings settings = ParseSettings(name, {text.begin(), text.end()});
+    PortSettings settings = ParseSettings(name, {text.begin(), text.end()});
     if (settings == PortSettings())
     {
         throw Failure(name + " holds no settings");
