@@ -146,7 +146,7 @@ void BulkFifoModel::Advance(Time aNow)
 std::optional<Time> BulkFifoModel::GetDeadline() const
 {
     std::optional<Time> deadline;
-    if (!mFifo.empty())
+    if (!mFifo.empty() && !IsHeldBack())
     {
         const Time step = mByteDone + std::max(Time(0), SHORTEST_STEP - mByteTime);
         deadline = std::min(step, mByteDone + mByteTime * (GetBytesToInterrupt() - 1));
@@ -172,7 +172,7 @@ Time::rep BulkFifoModel::GetBytesToInterrupt() const
 
 void BulkFifoModel::Drain(Time aNow)
 {
-    while (!mFifo.empty() && mByteDone <= aNow)
+    while (!IsHeldBack() && !mFifo.empty() && mByteDone <= aNow)
     {
         const Time::rep due = mByteTime > Time(0) ? (aNow - mByteDone) / mByteTime + 1 : GetBytesToInterrupt();
         SendBytes(std::min(due, GetBytesToInterrupt()));

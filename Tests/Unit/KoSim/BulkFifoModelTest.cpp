@@ -160,6 +160,20 @@ TEST_F(BulkFifoModelTest, CountsTheTimeThatTheLineWasBusyAndTheTimeThatItStoodId
     EXPECT_EQ(mFifo.mStatistics.mUnderruns, 1U);
 }
 
+TEST_F(BulkFifoModelTest, KeepsItsBytesWhileItsFarEndHoldsThemBack)
+{
+    mFifo.HoldBack(true);
+    mFifo.Transmit(AsBytes("abc"), 3, 0, 0ms);
+    mFifo.Advance(1s);
+    EXPECT_EQ(TakeLineBytes(mOutputs), "");
+    EXPECT_EQ(mFifo.GetDeadline(), std::nullopt);
+
+    mFifo.HoldBack(false);
+    EXPECT_LE(mFifo.GetDeadline(), Time(1s));
+    mFifo.Advance(1s);
+    EXPECT_EQ(TakeLineBytes(mOutputs), "abc");
+}
+
 TEST_F(BulkFifoModelTest, ReportsReceivedBytesPackedBehindTheStatusWord)
 {
     mFifo.Receive(AsBytes("hello"), 5, 0ms);
