@@ -1,6 +1,7 @@
 #include "OpenI2cBus.h"
 
 #include "BulkModeScope.h"
+#include "CloseOrAbandon.h"
 #include "Failure.h"
 #include "FramePayload.h"
 #include "PortNames.h"
@@ -42,10 +43,7 @@ OpenI2cBus::OpenI2cBus(IKoDeviceAdapter& aDevice, KoDeviceSerial aPort, bool aFa
 
 OpenI2cBus::~OpenI2cBus()
 {
-    if (mBus.IsOpened())
-    {
-        mBus.Close();
-    }
+    CloseOrAbandon(mBus);
 }
 
 bool OpenI2cBus::IsPresent(std::uint8_t aAddress)

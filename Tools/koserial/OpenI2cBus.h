@@ -28,7 +28,7 @@ public:
     /// @throws Failure when the bus cannot be opened
     OpenI2cBus(IKoDeviceAdapter& aDevice, KoDeviceSerial aPort, bool aFastMode);
 
-    /// Closes the bus if it is open.
+    /// Closes the bus if it is open; gives it up when the device is gone.
     ~OpenI2cBus();
 
     OpenI2cBus(const OpenI2cBus&) = delete;

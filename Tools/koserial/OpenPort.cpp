@@ -1,5 +1,6 @@
 #include "OpenPort.h"
 
+#include "CloseOrAbandon.h"
 #include "Failure.h"
 #include "PortNames.h"
 #include "SimulatedSetup.h"
@@ -20,10 +21,7 @@ OpenPort::OpenPort(IKoDeviceAdapter& aDevice, KoDeviceSerial aPort) : mDevice(aD
     const KoResult opened = mPort.Open(&aDevice, aPort);
     if (!opened.IsOK())
     {
-        if (mPort.IsOpened())
-        {
-            mPort.Close();
-        }
+        CloseOrAbandon(mPort);
         throw MakeDeviceFailure("cannot open " + mName, opened);
     }
     mPort.SetRxBufferSize(RING_SIZE);
@@ -31,10 +29,7 @@ OpenPort::OpenPort(IKoDeviceAdapter& aDevice, KoDeviceSerial aPort) : mDevice(aD
 
 OpenPort::~OpenPort()
 {
-    if (mPort.IsOpened())
-    {
-        mPort.Close();
-    }
+    CloseOrAbandon(mPort);
 }
 
 void OpenPort::Write(const std::uint8_t* aData, std::uint32_t aSize, std::uint32_t& aWritten)

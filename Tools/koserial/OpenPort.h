@@ -22,7 +22,7 @@ public:
     /// @throws Failure when the port cannot be opened
     OpenPort(IKoDeviceAdapter& aDevice, KoDeviceSerial aPort);
 
-    /// Closes the port if it is open.
+    /// Closes the port if it is open; gives it up when the device is gone.
     ~OpenPort();
 
     OpenPort(const OpenPort&) = delete;

@@ -1,6 +1,7 @@
 #include "OpenSpiBus.h"
 
 #include "BulkModeScope.h"
+#include "CloseOrAbandon.h"
 #include "Failure.h"
 #include "FramePayload.h"
 #include "PortNames.h"
@@ -38,10 +39,7 @@ OpenSpiBus::OpenSpiBus(IKoDeviceAdapter& aDevice, KoDeviceSerial aPort)
 
 OpenSpiBus::~OpenSpiBus()
 {
-    if (mBus.IsOpened())
-    {
-        mBus.Close();
-    }
+    CloseOrAbandon(mBus);
 }
 
 Bytes OpenSpiBus::Transfer(const Bytes& aData, std::uint32_t aReadLength)

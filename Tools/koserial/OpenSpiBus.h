@@ -25,7 +25,7 @@ public:
     /// @throws Failure when the bus cannot be opened
     OpenSpiBus(IKoDeviceAdapter& aDevice, KoDeviceSerial aPort);
 
-    /// Closes the bus if it is open.
+    /// Closes the bus if it is open; gives it up when the device is gone.
     ~OpenSpiBus();
 
     OpenSpiBus(const OpenSpiBus&) = delete;

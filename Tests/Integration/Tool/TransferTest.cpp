@@ -120,6 +120,18 @@ TEST_F(Transfer, DoesNotWaitForADeviceThatIsUnplugged)
               LOST);
 }
 
+TEST_F(Transfer, FreesThePortOfADeviceThatIsUnplugged)
+{
+    SimulatedSetup setup(ParseDeviceUri("sim"));
+    {
+        OpenPort port(setup.GetDevice(), KoDeviceSerialUart1);
+        setup.GetDevice().Disconnect();
+    }
+    setup.GetDevice().Connect();
+    EXPECT_EQ(setup.GetDevice().GetEventSinkCount(), 0U);
+    EXPECT_NO_THROW(OpenPort(setup.GetDevice(), KoDeviceSerialUart1));
+}
+
 TEST_F(Transfer, TellsWhyTheDeviceDidNotTakeAByteAndFreesThePort)
 {
     SimulatedSetup setup(ParseDeviceUri("sim"));
