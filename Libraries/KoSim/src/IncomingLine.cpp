@@ -34,6 +34,10 @@ std::vector<std::uint8_t> IncomingLine::Take(std::size_t aLimit, Time aNow)
         mNextArrival = aNow + mByteTime;
         mHeld = false;
     }
+    if (mBytes.empty())
+    {
+        return {};
+    }
     std::size_t count = std::min(aLimit, mBytes.size());
     if (mByteTime > Time(0))
     {

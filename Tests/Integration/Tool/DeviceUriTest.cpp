@@ -9,7 +9,7 @@ using namespace KoTool;
 namespace
 {
 
-std::string GetComplaint(const std::string& aText)
+std::string GetUriComplaint(const std::string& aText)
 {
     try
     {
@@ -81,7 +81,7 @@ TEST(DeviceUri, TakesALoopbackWithARateOfItsOwn)
     EXPECT_EQ(uri.mFarEnds[0].mKind, FarEnd::Kind::Loopback);
     EXPECT_EQ(uri.mFarEnds[0].mBaudRate, 9600U);
     EXPECT_EQ(uri.mFarEnds[1].mBaudRate, 0U);
-    EXPECT_EQ(GetComplaint("sim,uart0=loopback:fast"),
+    EXPECT_EQ(GetUriComplaint("sim,uart0=loopback:fast"),
               "device: uart0 cannot be 'fast': it can be a number from 50 (0x32) to 4000000 (0x3d0900)");
 }
 
@@ -97,60 +97,60 @@ TEST(DeviceUri, TakesTheFilesOfTheMemoryChips)
     EXPECT_EQ(uri.mEepromFile, "dir/e.bin");
     EXPECT_EQ(uri.mFlashFile, "f=1.bin");
     EXPECT_EQ(ParseDeviceUri("sim").mEepromFile, "");
-    EXPECT_EQ(GetComplaint("sim,flash="),
+    EXPECT_EQ(GetUriComplaint("sim,flash="),
               "device: flash cannot be '': it can be any path without a comma, but not empty");
 }
 
 TEST(DeviceUri, NamesTheKindsOfDevice)
 {
-    EXPECT_EQ(GetComplaint("usb"), "device: unknown kind 'usb': a device is sim[:PROFILE][,KEY=VALUE...]");
-    EXPECT_EQ(GetComplaint(""), "device: unknown kind '': a device is sim[:PROFILE][,KEY=VALUE...]");
-    EXPECT_EQ(GetComplaint("SIM:full"), "device: unknown kind 'SIM': a device is sim[:PROFILE][,KEY=VALUE...]");
+    EXPECT_EQ(GetUriComplaint("usb"), "device: unknown kind 'usb': a device is sim[:PROFILE][,KEY=VALUE...]");
+    EXPECT_EQ(GetUriComplaint(""), "device: unknown kind '': a device is sim[:PROFILE][,KEY=VALUE...]");
+    EXPECT_EQ(GetUriComplaint("SIM:full"), "device: unknown kind 'SIM': a device is sim[:PROFILE][,KEY=VALUE...]");
 }
 
 TEST(DeviceUri, NamesTheProfiles)
 {
     const std::string profiles =
         ": the profiles are full, uart-only, no-bulk-selector, not-gige-vision and tiny-downstream";
-    EXPECT_EQ(GetComplaint("sim:tiny"), "device: unknown profile 'tiny'" + profiles);
-    EXPECT_EQ(GetComplaint("sim:"), "device: unknown profile ''" + profiles);
+    EXPECT_EQ(GetUriComplaint("sim:tiny"), "device: unknown profile 'tiny'" + profiles);
+    EXPECT_EQ(GetUriComplaint("sim:"), "device: unknown profile ''" + profiles);
 }
 
 TEST(DeviceUri, NamesTheKeys)
 {
     const std::string keys = ": the keys are uart0, uart1, bulk0 to bulk7, timing, baud, id, eeprom and flash";
-    EXPECT_EQ(GetComplaint("sim,speed=9600"), "device: unknown key 'speed'" + keys);
-    EXPECT_EQ(GetComplaint("sim,"), "device: unknown key ''" + keys);
-    EXPECT_EQ(GetComplaint("sim,=null"), "device: unknown key ''" + keys);
+    EXPECT_EQ(GetUriComplaint("sim,speed=9600"), "device: unknown key 'speed'" + keys);
+    EXPECT_EQ(GetUriComplaint("sim,"), "device: unknown key ''" + keys);
+    EXPECT_EQ(GetUriComplaint("sim,=null"), "device: unknown key ''" + keys);
 }
 
 TEST(DeviceUri, NamesTheFarEnds)
 {
-    EXPECT_EQ(GetComplaint("sim,uart0=lens"), std::string("device: uart0 cannot be 'lens': ") + FAR_ENDS);
-    EXPECT_EQ(GetComplaint("sim,uart1=pty:"), std::string("device: uart1 cannot be 'pty:': ") + FAR_ENDS);
-    EXPECT_EQ(GetComplaint("sim,uart1"), std::string("device: uart1 cannot be '': ") + FAR_ENDS);
+    EXPECT_EQ(GetUriComplaint("sim,uart0=lens"), std::string("device: uart0 cannot be 'lens': ") + FAR_ENDS);
+    EXPECT_EQ(GetUriComplaint("sim,uart1=pty:"), std::string("device: uart1 cannot be 'pty:': ") + FAR_ENDS);
+    EXPECT_EQ(GetUriComplaint("sim,uart1"), std::string("device: uart1 cannot be '': ") + FAR_ENDS);
 }
 
 TEST(DeviceUri, NamesTheTimings)
 {
-    EXPECT_EQ(GetComplaint("sim,timing=fast"), "device: timing cannot be 'fast': it can be real or instant");
+    EXPECT_EQ(GetUriComplaint("sim,timing=fast"), "device: timing cannot be 'fast': it can be real or instant");
 }
 
 TEST(DeviceUri, NamesTheRangeOfBaudRates)
 {
     for (const std::string rate : {"", "0", "49", "4000001", "-9600", "9600x", " 9600", "99999999999"})
     {
-        EXPECT_EQ(GetComplaint("sim,baud=" + rate),
+        EXPECT_EQ(GetUriComplaint("sim,baud=" + rate),
                   "device: baud cannot be '" + rate + "': it can be a number from 50 (0x32) to 4000000 (0x3d0900)");
     }
 }
 
 TEST(DeviceUri, RefusesAnEmptyIdentity)
 {
-    EXPECT_EQ(GetComplaint("sim,id="), "device: id cannot be '': it can be any text without a comma, but not empty");
+    EXPECT_EQ(GetUriComplaint("sim,id="), "device: id cannot be '': it can be any text without a comma, but not empty");
 }
 
 TEST(DeviceUri, RefusesAKeyThatIsGivenTwice)
 {
-    EXPECT_EQ(GetComplaint("sim,baud=9600,baud=9600"), "device: baud is given twice");
+    EXPECT_EQ(GetUriComplaint("sim,baud=9600,baud=9600"), "device: baud is given twice");
 }

@@ -47,7 +47,7 @@ protected:
 INSTANTIATE_TEST_SUITE_P(Ports, I2cProgram, testing::Values("bulk0", "bulk3"));
 
 /// What is wrong with a command of the group i2c.
-std::string GetComplaint(std::vector<std::string> aArguments)
+std::string GetI2cComplaint(std::vector<std::string> aArguments)
 {
     aArguments.insert(aArguments.begin(), "i2c");
     const Outcome outcome = RunKoserial(aArguments);
@@ -208,36 +208,36 @@ TEST_P(I2cProgram, ScanEndsOnCtrlC)
 
 TEST(I2cUsage, NamesTheNumberThatIsWrong)
 {
-    EXPECT_EQ(GetComplaint({"read", "bulk0", "0x80", "--count", "1"}),
+    EXPECT_EQ(GetI2cComplaint({"read", "bulk0", "0x80", "--count", "1"}),
               "ADDR cannot be '0x80': it can be a number from 0 to 127 (0x7f)");
-    EXPECT_EQ(GetComplaint({"read", "bulk0", "0x50", "--count", "0"}),
+    EXPECT_EQ(GetI2cComplaint({"read", "bulk0", "0x50", "--count", "0"}),
               "--count cannot be '0': it can be a number from 1 to 16383 (0x3fff)");
-    EXPECT_EQ(GetComplaint({"read", "bulk0", "0x50", "--count", "1", "--reg", "0x10000"}),
+    EXPECT_EQ(GetI2cComplaint({"read", "bulk0", "0x50", "--count", "1", "--reg", "0x10000"}),
               "--reg cannot be '0x10000': it can be a number from 0 to 65535 (0xffff)");
-    EXPECT_EQ(GetComplaint({"read", "bulk0", "0x50", "--count", "1", "--reg", "256"}),
+    EXPECT_EQ(GetI2cComplaint({"read", "bulk0", "0x50", "--count", "1", "--reg", "256"}),
               "register 256 needs --reg-bytes 2");
-    EXPECT_EQ(GetComplaint({"read", "bulk0", "0x50", "--count", "1", "--reg-bytes", "3"}),
+    EXPECT_EQ(GetI2cComplaint({"read", "bulk0", "0x50", "--count", "1", "--reg-bytes", "3"}),
               "--reg-bytes cannot be '3': it can be a number from 1 to 2");
-    EXPECT_EQ(GetComplaint({"write", "bulk0", "0x50", "0b12"}),
+    EXPECT_EQ(GetI2cComplaint({"write", "bulk0", "0x50", "0b12"}),
               "BYTE cannot be '0b12': it can be a number from 0 to 255 (0xff)");
-    EXPECT_EQ(GetComplaint({"dump", "bulk0", "0x50", "--start", "1", "--count", "256"}),
+    EXPECT_EQ(GetI2cComplaint({"dump", "bulk0", "0x50", "--start", "1", "--count", "256"}),
               "256 registers from 1 on are not all below 256: use --reg-bytes 2");
-    EXPECT_EQ(GetComplaint({"dump", "bulk0", "0x50", "--start", "0x100"}),
+    EXPECT_EQ(GetI2cComplaint({"dump", "bulk0", "0x50", "--start", "0x100"}),
               "1 registers from 256 on are not all below 256: use --reg-bytes 2");
-    EXPECT_EQ(GetComplaint({"dump", "bulk0", "0x50", "--reg-bytes", "2", "--start", "0xffff", "--count", "2"}),
+    EXPECT_EQ(GetI2cComplaint({"dump", "bulk0", "0x50", "--reg-bytes", "2", "--start", "0xffff", "--count", "2"}),
               "2 registers from 65535 on are not all below 65536");
 }
 
 TEST(I2cUsage, NamesTheMessageThatIsWrong)
 {
-    EXPECT_EQ(GetComplaint({"transfer", "bulk0", "w2@0x50", "0x00"}), "'w2@0x50' needs 2 bytes, but only 1 follow");
+    EXPECT_EQ(GetI2cComplaint({"transfer", "bulk0", "w2@0x50", "0x00"}), "'w2@0x50' needs 2 bytes, but only 1 follow");
 }
 
 TEST(I2cUsage, RefusesAUart)
 {
     const std::string complaint = "uart0 is a UART: buses run on the ports bulk0 to bulk7";
-    EXPECT_EQ(GetComplaint({"scan", "uart0"}), complaint);
-    EXPECT_EQ(GetComplaint({"dump", "uart0", "0x50"}), complaint);
+    EXPECT_EQ(GetI2cComplaint({"scan", "uart0"}), complaint);
+    EXPECT_EQ(GetI2cComplaint({"dump", "uart0", "0x50"}), complaint);
 }
 
 TEST(I2cUsage, NeedsACommandOfTheGroup)

@@ -7,7 +7,7 @@ namespace
 {
 
 /// What the tool says about a wrong command line, without its name and the pointer to the help.
-std::string GetComplaint(const std::vector<std::string>& aArguments)
+std::string GetUsageComplaint(const std::vector<std::string>& aArguments)
 {
     const Outcome outcome = RunKoserial(aArguments);
     EXPECT_EQ(outcome.mStatus, 2);
@@ -21,40 +21,40 @@ std::string GetComplaint(const std::vector<std::string>& aArguments)
 
 TEST(Usage, NeedsACommand)
 {
-    EXPECT_EQ(GetComplaint({}), "A subcommand is required");
+    EXPECT_EQ(GetUsageComplaint({}), "A subcommand is required");
     EXPECT_EQ(RunKoserial({}).mErrors,
               "koserial: A subcommand is required\nRun koserial --help for more information.\n");
 }
 
 TEST(Usage, NamesAnUnknownCommand)
 {
-    EXPECT_EQ(GetComplaint({"listen"}), "unknown command 'listen'");
-    EXPECT_EQ(GetComplaint({"listen", "--all", "uart0"}), "unknown command 'listen'");
-    EXPECT_EQ(GetComplaint({"i2c", "detect", "bulk0"}), "unknown command 'i2c detect'");
-    EXPECT_EQ(GetComplaint({"spi", "--device", "sim", "flash-erase"}), "unknown command 'spi flash-erase'");
-    EXPECT_EQ(GetComplaint({""}), "unknown command ''");
+    EXPECT_EQ(GetUsageComplaint({"listen"}), "unknown command 'listen'");
+    EXPECT_EQ(GetUsageComplaint({"listen", "--all", "uart0"}), "unknown command 'listen'");
+    EXPECT_EQ(GetUsageComplaint({"i2c", "detect", "bulk0"}), "unknown command 'i2c detect'");
+    EXPECT_EQ(GetUsageComplaint({"spi", "--device", "sim", "flash-erase"}), "unknown command 'spi flash-erase'");
+    EXPECT_EQ(GetUsageComplaint({""}), "unknown command ''");
 }
 
 TEST(Usage, RefusesAnUnknownOption)
 {
-    EXPECT_EQ(GetComplaint({"ports", "--all"}), "The following argument was not expected: --all");
-    EXPECT_EQ(GetComplaint({"--all"}), "The following argument was not expected: --all");
-    EXPECT_EQ(GetComplaint({"i2c", "--all"}), "The following argument was not expected: --all");
+    EXPECT_EQ(GetUsageComplaint({"ports", "--all"}), "The following argument was not expected: --all");
+    EXPECT_EQ(GetUsageComplaint({"--all"}), "The following argument was not expected: --all");
+    EXPECT_EQ(GetUsageComplaint({"i2c", "--all"}), "The following argument was not expected: --all");
 }
 
 TEST(Usage, NamesTheArgumentThatIsMissing)
 {
-    EXPECT_EQ(GetComplaint({"term"}), "PORT is required");
-    EXPECT_EQ(GetComplaint({"send", "uart0"}), "FILE is required");
-    EXPECT_EQ(GetComplaint({"recv", "uart0", "--timeout", "10"}), "--bytes is required");
-    EXPECT_EQ(GetComplaint({"recv", "uart0", "--bytes", "10"}), "--timeout is required");
-    EXPECT_EQ(GetComplaint({"i2c", "scan"}), "PORT is required");
-    EXPECT_EQ(GetComplaint({"i2c", "read", "bulk0", "--count", "1"}), "ADDR is required");
-    EXPECT_EQ(GetComplaint({"i2c", "read", "bulk0", "0x50"}), "--count is required");
-    EXPECT_EQ(GetComplaint({"i2c", "write", "bulk0", "0x50"}), "BYTE is required");
-    EXPECT_EQ(GetComplaint({"i2c", "transfer", "bulk0"}), "MESSAGE is required");
-    EXPECT_EQ(GetComplaint({"spi", "flash-read", "bulk0"}), "FILE is required");
-    EXPECT_EQ(GetComplaint({"--device"}), "--device: 1 required URI missing");
+    EXPECT_EQ(GetUsageComplaint({"term"}), "PORT is required");
+    EXPECT_EQ(GetUsageComplaint({"send", "uart0"}), "FILE is required");
+    EXPECT_EQ(GetUsageComplaint({"recv", "uart0", "--timeout", "10"}), "--bytes is required");
+    EXPECT_EQ(GetUsageComplaint({"recv", "uart0", "--bytes", "10"}), "--timeout is required");
+    EXPECT_EQ(GetUsageComplaint({"i2c", "scan"}), "PORT is required");
+    EXPECT_EQ(GetUsageComplaint({"i2c", "read", "bulk0", "--count", "1"}), "ADDR is required");
+    EXPECT_EQ(GetUsageComplaint({"i2c", "read", "bulk0", "0x50"}), "--count is required");
+    EXPECT_EQ(GetUsageComplaint({"i2c", "write", "bulk0", "0x50"}), "BYTE is required");
+    EXPECT_EQ(GetUsageComplaint({"i2c", "transfer", "bulk0"}), "MESSAGE is required");
+    EXPECT_EQ(GetUsageComplaint({"spi", "flash-read", "bulk0"}), "FILE is required");
+    EXPECT_EQ(GetUsageComplaint({"--device"}), "--device: 1 required URI missing");
 }
 
 TEST(Usage, TellsTheRangeOfANumberInEveryCommand)
@@ -62,15 +62,16 @@ TEST(Usage, TellsTheRangeOfANumberInEveryCommand)
     const std::string counts = "': it can be a number from 1 to 9223372036854775807 (0x7fffffffffffffff)";
     for (const std::string text : {"-1", "0", "x", "", "9223372036854775808"})
     {
-        EXPECT_EQ(GetComplaint({"recv", "uart0", "--bytes", text, "--timeout", "0"}),
+        EXPECT_EQ(GetUsageComplaint({"recv", "uart0", "--bytes", text, "--timeout", "0"}),
                   "--bytes cannot be '" + text + counts);
     }
     const std::string times = "': it can be a number from 0 to 4294967295 (0xffffffff)";
-    EXPECT_EQ(GetComplaint({"recv", "uart0", "--bytes", "1", "--timeout", "-1"}), "--timeout cannot be '-1" + times);
-    EXPECT_EQ(GetComplaint({"send", "uart0", "-", "--timeout", "4294967296"}),
+    EXPECT_EQ(GetUsageComplaint({"recv", "uart0", "--bytes", "1", "--timeout", "-1"}),
+              "--timeout cannot be '-1" + times);
+    EXPECT_EQ(GetUsageComplaint({"send", "uart0", "-", "--timeout", "4294967296"}),
               "--timeout cannot be '4294967296" + times);
-    EXPECT_EQ(GetComplaint({"term", "uart0", "--timeout", "1.5"}), "--timeout cannot be '1.5" + times);
-    EXPECT_EQ(GetComplaint({"--device", "sim,baud=1", "ports"}),
+    EXPECT_EQ(GetUsageComplaint({"term", "uart0", "--timeout", "1.5"}), "--timeout cannot be '1.5" + times);
+    EXPECT_EQ(GetUsageComplaint({"--device", "sim,baud=1", "ports"}),
               "device: baud cannot be '1': it can be a number from 50 (0x32) to 4000000 (0x3d0900)");
 }
 
@@ -87,7 +88,7 @@ TEST(Usage, ReadsNumbersTheSameWayInEveryCommand)
                                                {"i2c", "transfer", "bulk0", "r010@0x50"},
                                                {"spi", "transfer", "bulk0", "--read", "010"}})
     {
-        const std::string complaint = GetComplaint(words);
+        const std::string complaint = GetUsageComplaint(words);
         EXPECT_EQ(complaint.substr(complaint.size() - rule.size()), rule) << complaint;
     }
     EXPECT_EQ(RunKoserial({"recv", "uart1", "--bytes", "0b11", "--timeout", "0x0"}).mErrors,
@@ -99,28 +100,28 @@ TEST(Usage, ListsThePortsWhenOneIsUnknown)
 {
     const std::string complaint = "unknown port 'com1': the ports are uart0, uart1, bulk0, bulk1, bulk2, bulk3, bulk4, "
                                   "bulk5, bulk6 and bulk7";
-    EXPECT_EQ(GetComplaint({"term", "com1"}), complaint);
-    EXPECT_EQ(GetComplaint({"send", "com1", "-"}), complaint);
-    EXPECT_EQ(GetComplaint({"recv", "com1", "--bytes", "1", "--timeout", "1"}), complaint);
+    EXPECT_EQ(GetUsageComplaint({"term", "com1"}), complaint);
+    EXPECT_EQ(GetUsageComplaint({"send", "com1", "-"}), complaint);
+    EXPECT_EQ(GetUsageComplaint({"recv", "com1", "--bytes", "1", "--timeout", "1"}), complaint);
 }
 
 TEST(Usage, RefusesAnUnknownDeviceInEveryCommand)
 {
     const std::string complaint = "device: unknown kind 'usb': a device is sim[:PROFILE][,KEY=VALUE...]";
-    EXPECT_EQ(GetComplaint({"--device", "usb", "ports"}), complaint);
-    EXPECT_EQ(GetComplaint({"--device", "usb", "term", "uart0"}), complaint);
-    EXPECT_EQ(GetComplaint({"--device", "usb", "send", "uart0", "-"}), complaint);
-    EXPECT_EQ(GetComplaint({"--device", "usb", "recv", "uart0", "--bytes", "1", "--timeout", "1"}), complaint);
-    EXPECT_EQ(GetComplaint({"--device", "usb", "demo"}), complaint);
-    EXPECT_EQ(GetComplaint({"--device", "usb", "i2c", "scan", "bulk0"}), complaint);
-    EXPECT_EQ(GetComplaint({"--device", "usb", "i2c", "read", "bulk0", "0x50", "--count", "1"}), complaint);
-    EXPECT_EQ(GetComplaint({"--device", "usb", "i2c", "write", "bulk0", "0x50", "1"}), complaint);
-    EXPECT_EQ(GetComplaint({"--device", "usb", "i2c", "dump", "bulk0", "0x50"}), complaint);
-    EXPECT_EQ(GetComplaint({"--device", "usb", "i2c", "transfer", "bulk0", "r1@0x50"}), complaint);
-    EXPECT_EQ(GetComplaint({"--device", "usb", "spi", "transfer", "bulk0", "--read", "1"}), complaint);
-    EXPECT_EQ(GetComplaint({"--device", "usb", "spi", "flash-id", "bulk0"}), complaint);
-    EXPECT_EQ(GetComplaint({"--device", "usb", "spi", "flash-read", "bulk0", "-"}), complaint);
-    EXPECT_EQ(GetComplaint({"--device", "usb", "spi", "flash-write", "bulk0", "-"}), complaint);
+    EXPECT_EQ(GetUsageComplaint({"--device", "usb", "ports"}), complaint);
+    EXPECT_EQ(GetUsageComplaint({"--device", "usb", "term", "uart0"}), complaint);
+    EXPECT_EQ(GetUsageComplaint({"--device", "usb", "send", "uart0", "-"}), complaint);
+    EXPECT_EQ(GetUsageComplaint({"--device", "usb", "recv", "uart0", "--bytes", "1", "--timeout", "1"}), complaint);
+    EXPECT_EQ(GetUsageComplaint({"--device", "usb", "demo"}), complaint);
+    EXPECT_EQ(GetUsageComplaint({"--device", "usb", "i2c", "scan", "bulk0"}), complaint);
+    EXPECT_EQ(GetUsageComplaint({"--device", "usb", "i2c", "read", "bulk0", "0x50", "--count", "1"}), complaint);
+    EXPECT_EQ(GetUsageComplaint({"--device", "usb", "i2c", "write", "bulk0", "0x50", "1"}), complaint);
+    EXPECT_EQ(GetUsageComplaint({"--device", "usb", "i2c", "dump", "bulk0", "0x50"}), complaint);
+    EXPECT_EQ(GetUsageComplaint({"--device", "usb", "i2c", "transfer", "bulk0", "r1@0x50"}), complaint);
+    EXPECT_EQ(GetUsageComplaint({"--device", "usb", "spi", "transfer", "bulk0", "--read", "1"}), complaint);
+    EXPECT_EQ(GetUsageComplaint({"--device", "usb", "spi", "flash-id", "bulk0"}), complaint);
+    EXPECT_EQ(GetUsageComplaint({"--device", "usb", "spi", "flash-read", "bulk0", "-"}), complaint);
+    EXPECT_EQ(GetUsageComplaint({"--device", "usb", "spi", "flash-write", "bulk0", "-"}), complaint);
 }
 
 TEST(Usage, TakesTheDeviceAfterTheCommandToo)

@@ -15,18 +15,18 @@ std::atomic<bool> sCounting{false};
 std::mutex sMutex;
 Allocations sAllocations;
 
-constexpr std::size_t NEVER = std::numeric_limits<std::size_t>::max();
-std::atomic<std::size_t> sUntilFailure{NEVER}; ///< how many allocations still succeed
-std::atomic<std::size_t> sTooLarge{NEVER};
+constexpr std::size_t UNLIMITED = std::numeric_limits<std::size_t>::max();
+std::atomic<std::size_t> sUntilFailure{UNLIMITED}; ///< how many allocations still succeed
+std::atomic<std::size_t> sTooLarge{UNLIMITED};
 std::atomic<bool> sHasFailed{false};
 std::atomic<std::size_t> sLive{0};
 
 bool MustFail(std::size_t aSize)
 {
-    const bool isDue = sUntilFailure != NEVER && sUntilFailure-- == 0;
+    const bool isDue = sUntilFailure != UNLIMITED && sUntilFailure-- == 0;
     if (isDue)
     {
-        sUntilFailure = NEVER;
+        sUntilFailure = UNLIMITED;
     }
     return isDue || aSize >= sTooLarge;
 }
@@ -146,8 +146,8 @@ void FailAllocationsFrom(std::size_t aSize)
 
 bool StopFailingAllocations()
 {
-    sUntilFailure = NEVER;
-    sTooLarge = NEVER;
+    sUntilFailure = UNLIMITED;
+    sTooLarge = UNLIMITED;
     return sHasFailed;
 }
 

@@ -16,6 +16,14 @@
 using Texts = std::vector<std::string>;
 using Bytes = std::vector<std::uint8_t>;
 
+constexpr std::uint32_t FUNCTION_CAPS = 0xB8FC;
+
+inline Texts operator+(Texts aFirst, const Texts& aSecond)
+{
+    aFirst.insert(aFirst.end(), aSecond.begin(), aSecond.end());
+    return aFirst;
+}
+
 /// An identity that no other device of this process has: the library remembers devices until the process ends.
 inline std::string NewIdentity()
 {

@@ -12,7 +12,6 @@
 
 constexpr std::uint32_t INTENABLE = 0xB838;
 constexpr std::uint32_t BULK_CONFIG = 0xB898;
-constexpr std::uint32_t FUNCTION_CAPS = 0xB8FC;
 constexpr std::uint32_t CLOCK_DIVIDER = 0xB954;
 constexpr std::uint32_t BULK_0_3_CONFIG = 0xB95C;
 

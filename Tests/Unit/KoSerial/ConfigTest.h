@@ -51,13 +51,6 @@ public:
     }
 };
 
-inline Texts operator+(const Texts& aFirst, const Texts& aSecond)
-{
-    Texts texts = aFirst;
-    texts.insert(texts.end(), aSecond.begin(), aSecond.end());
-    return texts;
-}
-
 /// The configuration object on a scripted device whose ports are at 9600 bit/s without parity and with one stop bit.
 class ConfigTest : public StoryTest
 {

@@ -1,5 +1,6 @@
 #include "BulkTest.h"
 #include "FeaturePortTest.h"
+#include "TestI2CBus.h"
 
 #include <DeviceI2CBus.h>
 
@@ -8,14 +9,7 @@
 namespace
 {
 
-const char* const UNOPENED = "%s failed. You must first call Open before using this function";
 constexpr auto BULK2_BUFFER = "EventBulk2UpstreamDataBuffer";
-
-class TestI2CBus : public KoSerialLib::DeviceI2CBus
-{
-public:
-    using DeviceI2CBus::mEngine;
-};
 
 /// An engine that records the transfers, with the option flags 9 to 12, and has its results set.
 class RecordingEngine : public KoSerialLib::BulkWithI2C

@@ -9,7 +9,7 @@ namespace
 
 using KoSerialLib::DeviceSPIBus;
 
-const char* const UNOPENED = "%s failed SPI. You must first call Open before using this function";
+const char* const UNOPENED_SPI = "%s failed SPI. You must first call Open before using this function";
 const char* const TOO_LONG = "SPI read and write only support up to 255 bytes";
 
 class TestSPIBus : public DeviceSPIBus
@@ -183,17 +183,17 @@ TEST_F(DeviceSPIBusTest, AnEngineThatDoesNotOpenIsKeptAndItsResultReturned)
 
 TEST_F(DeviceSPIBusTest, EveryOperationBeforeTheFirstOpenFailsWithItsNameInTheEntryAlone)
 {
-    ExpectFailure(mBus.Close(), 1541, "Close", UNOPENED);
-    ExpectFailure(Transfer({1}, 1), 1541, "BurstWriteAndRead", UNOPENED);
-    ExpectFailure(Read(4, 10), 1541, "BurstRead", UNOPENED);
+    ExpectFailure(mBus.Close(), 1541, "Close", UNOPENED_SPI);
+    ExpectFailure(Transfer({1}, 1), 1541, "BurstWriteAndRead", UNOPENED_SPI);
+    ExpectFailure(Read(4, 10), 1541, "BurstRead", UNOPENED_SPI);
     EXPECT_EQ(mHost.mLog.size(), 3U);
     EXPECT_TRUE(mHost.mWaits.empty());
 }
 
 TEST_F(DeviceSPIBusTest, AnUnopenedBusRefusesTooLongTransfersAsUnopened)
 {
-    ExpectFailure(Transfer(Bytes(256), 0), 1541, "BurstWriteAndRead", UNOPENED);
-    ExpectFailure(Transfer({}, 256), 1541, "BurstWriteAndRead", UNOPENED);
+    ExpectFailure(Transfer(Bytes(256), 0), 1541, "BurstWriteAndRead", UNOPENED_SPI);
+    ExpectFailure(Transfer({}, 256), 1541, "BurstWriteAndRead", UNOPENED_SPI);
 }
 
 TEST_F(DeviceSPIBusTest, AnUnopenedBusIsNotOpenAndSaysSoWhereErrorsAreLogged)
@@ -203,7 +203,7 @@ TEST_F(DeviceSPIBusTest, AnUnopenedBusIsNotOpenAndSaysSoWhereErrorsAreLogged)
     EXPECT_EQ(mHost.mLog[0].mLevel, 3);
     EXPECT_EQ(mHost.mLog[0].mCode, 0U);
     EXPECT_EQ(mHost.mLog[0].mFunction, "IsOpened");
-    EXPECT_EQ(mHost.mLog[0].mText, UNOPENED);
+    EXPECT_EQ(mHost.mLog[0].mText, UNOPENED_SPI);
     mHost.mEnabledLevel = KuUtilsLib::LOG_ERROR;
     EXPECT_FALSE(mBus.IsOpened());
     EXPECT_EQ(mHost.mLog.size(), 2U);

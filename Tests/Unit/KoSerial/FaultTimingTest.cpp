@@ -18,7 +18,6 @@ using KoSim::FaultInjectingAdapter;
 namespace
 {
 
-constexpr std::uint32_t FUNCTION_CAPS = 0xB8FC;
 constexpr std::uint32_t BULK_CONFIG = 0xB898;
 constexpr std::uint32_t BULK_0_3_CONFIG = 0xB95C;
 constexpr std::uint32_t UART0_DATA = 0xB84C;

@@ -10,6 +10,8 @@
 #include <cstddef>
 #include <numeric>
 
+constexpr std::int64_t TWO_TO_32 = std::int64_t{1} << 32;
+
 constexpr auto BULK2 = KoDeviceSerialBulk2;
 constexpr auto DOWNSTREAM = "Bulk2DownstreamData";
 constexpr auto UPSTREAM_LENGTH = "EventBulk2UpstreamDataLength";

@@ -6,7 +6,6 @@
 namespace
 {
 
-constexpr std::int64_t TWO_TO_32 = std::int64_t{1} << 32;
 constexpr std::int64_t LOWEST = std::numeric_limits<std::int64_t>::min();
 constexpr std::int64_t HIGHEST = std::numeric_limits<std::int64_t>::max();
 

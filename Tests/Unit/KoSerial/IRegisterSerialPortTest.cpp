@@ -20,12 +20,6 @@ const Texts FEATURE_CALLS = {std::string("IsGenRegisterPresent ") + DOWNSTREAM,
                              std::string("IsGenIntegerPresent ") + UPSTREAM_LENGTH,
                              std::string("IsGenRegisterPresent ") + UPSTREAM_BUFFER};
 
-Texts operator+(Texts aFirst, const Texts& aSecond)
-{
-    aFirst.insert(aFirst.end(), aSecond.begin(), aSecond.end());
-    return aFirst;
-}
-
 class IRegisterSerialPortTest : public FeaturePortTest
 {
 protected:

@@ -6,8 +6,6 @@
 namespace
 {
 
-constexpr std::int64_t TWO_TO_32 = std::int64_t{1} << 32;
-
 /// Transfers of the bulk and I2C frame.
 class IRegisterSerialPortWriteTest : public FeaturePortTest
 {

@@ -8,7 +8,6 @@
 namespace
 {
 
-constexpr std::uint32_t FUNCTION_CAPS = 0xB8FC;
 constexpr auto PORT_10 = static_cast<KoDeviceSerial>(10);
 
 const Texts REGISTER_QUESTIONS = {"IsConnected", "IsTavricVideoInterface", "GetDeviceId", "IsGigEVision",
@@ -16,13 +15,6 @@ const Texts REGISTER_QUESTIONS = {"IsConnected", "IsTavricVideoInterface", "GetD
 const Texts FEATURE_QUESTIONS = {"IsConnected", "IsTavricVideoInterface", "IsGenRegisterPresent Bulk0DownstreamData",
                                  "IsGenIntegerPresent EventBulk0UpstreamDataLength",
                                  "IsGenRegisterPresent EventBulk0UpstreamDataBuffer"};
-
-Texts operator+(const Texts& aFirst, const Texts& aSecond)
-{
-    Texts texts = aFirst;
-    texts.insert(texts.end(), aSecond.begin(), aSecond.end());
-    return texts;
-}
 
 bool Contains(const Texts& aTexts, const std::string& aText)
 {

@@ -8,7 +8,6 @@
 namespace
 {
 
-constexpr std::uint32_t FUNCTION_CAPS = 0xB8FC;
 constexpr std::uint32_t TWO_UARTS_AND_BULK0 = 0x80000032;
 
 const Texts REGISTER_TEST = {"IsConnected", "IsTavricVideoInterface", "GetDeviceId", "IsGigEVision",

@@ -11,7 +11,6 @@ static_assert(std::has_virtual_destructor_v<KoDeviceSerialPort>);
 namespace
 {
 
-constexpr std::uint32_t FUNCTION_CAPS = 0xB8FC;
 constexpr auto PORT_MINUS_2 = static_cast<KoDeviceSerial>(-2);
 constexpr auto PORT_10 = static_cast<KoDeviceSerial>(10);
 

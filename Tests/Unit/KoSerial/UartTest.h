@@ -7,7 +7,6 @@
 constexpr std::uint32_t INTENABLE = 0xB838;
 constexpr std::uint32_t UART0_DATA = 0xB84C;
 constexpr std::uint32_t UART1_DATA = 0xB850;
-constexpr std::uint32_t FUNCTION_CAPS = 0xB8FC;
 constexpr std::uint16_t SERIAL_INTERRUPT = 0x9000;
 
 /// The UART engine with its state laid open.
