@@ -11,7 +11,7 @@ namespace
 constexpr std::uint32_t LONGEST_TRANSFER = 255;
 
 /// Goes out as it stands, placeholder included: the operation is named by the log entry, not by the text.
-const char* const UNOPENED = "%s failed SPI. You must first call Open before using this function";
+const char* const UNOPENED_SPI = "%s failed SPI. You must first call Open before using this function";
 
 } // namespace
 
@@ -75,7 +75,7 @@ bool DeviceSPIBus::IsOpened()
     }
     if (mLogger != nullptr && mLogger->IsPriorityEnabled(KuUtilsLib::LOG_ERROR))
     {
-        KO_LOG(*mLogger, LOG_ERROR, UNOPENED, "%s");
+        KO_LOG(*mLogger, LOG_ERROR, UNOPENED_SPI, "%s");
     }
     return false;
 }
@@ -103,7 +103,7 @@ KoResult DeviceSPIBus::BurstRead(std::uint8_t* aBuffer, std::uint32_t aLength, s
 
 KoResult DeviceSPIBus::FailUnopened(const char* aOperation)
 {
-    return KO_FAIL_IN(aOperation, *mLogger, KoResult::NOT_OPENED, UNOPENED, "%s");
+    return KO_FAIL_IN(aOperation, *mLogger, KoResult::NOT_OPENED, UNOPENED_SPI, "%s");
 }
 
 } // namespace KoSerialLib

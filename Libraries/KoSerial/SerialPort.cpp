@@ -1,6 +1,7 @@
 #include "SerialPort.h"
 
 #include "Logging.h"
+#include "SerialRegisters.h"
 
 #include <KoDeviceSerialPortEchoSink.h>
 #include <KuUtilsLib/LockScope.h>
@@ -34,7 +35,6 @@ constexpr bool CHECKS_CONTRACT = false;
 }
 // GCOVR_EXCL_STOP
 
-constexpr std::uint32_t WORD_SIZE = 4;
 constexpr std::uint32_t GATHER_BLOCK = 16; ///< words, the bytes of which make a vector
 
 /// A register full of bytes, for the compilers' vector instructions.

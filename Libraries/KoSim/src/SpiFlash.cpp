@@ -21,7 +21,7 @@ constexpr std::uint8_t STATUS_WRITE_ENABLED = 0x02;
 
 constexpr std::array<std::uint8_t, 3> JEDEC_ID = {0xEF, 0x40, 0x14};
 
-constexpr std::uint8_t ERASED = 0xFF;
+constexpr std::uint8_t ERASED_BYTE = 0xFF;
 
 /// What a master reads while the chip drives nothing.
 constexpr std::uint8_t IDLE = 0xFF;
@@ -141,7 +141,7 @@ void SpiFlash::EraseSector(Time aNow)
     const std::size_t sector = mAddress / SECTOR_SIZE * SECTOR_SIZE;
     for (std::size_t address = sector; address < sector + SECTOR_SIZE; ++address)
     {
-        mMemory.Set(address, ERASED);
+        mMemory.Set(address, ERASED_BYTE);
     }
     mWriteEnabled = false;
     mBusyUntil = aNow + mTiming.mSectorErase;

@@ -2,7 +2,7 @@
 include(${CMAKE_CURRENT_LIST_DIR}/Common.cmake)
 
 run(make -C ${SOURCE_DIR} install PREFIX=${prefix} INSTALL_BUILD=${WORK_DIR}/build
-    "CMAKE_OPTIONS=-DKO_BUILD_TOOLS=OFF -DCMAKE_CXX_COMPILER=${CXX}")
+    "CMAKE_OPTIONS=-DKO_BUILD_TOOLS=OFF -DCMAKE_UNITY_BUILD=ON -DCMAKE_CXX_COMPILER=${CXX}")
 if(EXISTS ${WORK_DIR}/build/Tests)
     message(FATAL_ERROR "make install builds tests")
 endif()

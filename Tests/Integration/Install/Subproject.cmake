@@ -7,7 +7,8 @@ foreach(package benchmark Boost CLI11 GTest nlohmann_json PkgConfig rapidcheck)
     list(APPEND without -D CMAKE_DISABLE_FIND_PACKAGE_${package}=ON)
 endforeach()
 set(CXX_FLAGS "${CXX_FLAGS} -Wpadded")
-build_consumers(${WORK_DIR}/subproject -D KO_SOURCE_DIR=${SOURCE_DIR} ${without})
+build_consumers(${WORK_DIR}/subproject -D KO_SOURCE_DIR=${SOURCE_DIR} -D CMAKE_UNITY_BUILD=ON
+    ${without})
 
 run(${CMAKE_COMMAND} --install ${WORK_DIR}/subproject --prefix ${prefix})
 file(GLOB_RECURSE shared ${prefix}/*.so*)
