@@ -163,12 +163,10 @@ private:
         {
             byte = static_cast<std::uint8_t>(mRandom());
         }
-        std::uint32_t written = 0;
-        const KoResult result = mPort.Write(sent.data(), static_cast<std::uint32_t>(sent.size()), written);
-        if (!result.IsOK() || written != sent.size())
+        std::string failure = Send(sent);
+        if (!failure.empty())
         {
-            return std::string("wrote ") + std::to_string(written) + " of " + std::to_string(sent.size()) +
-                   " bytes: " + result.GetCodeString();
+            return failure;
         }
         const Bytes received = Receive(sent.size());
         if (received != sent)
@@ -178,6 +176,25 @@ private:
         }
         sBytes += sent.size();
         ++sRounds;
+        return "";
+    }
+
+    /// Sends all bytes; says what went wrong, or nothing. A write that times out, because a busy machine has kept the
+    /// thread of the device from running for 300 ms, is no failure: the next one goes on where it ended.
+    std::string Send(const Bytes& aBytes)
+    {
+        for (std::uint32_t done = 0; done < aBytes.size();)
+        {
+            std::uint32_t written = 0;
+            const KoResult result =
+                mPort.Write(aBytes.data() + done, static_cast<std::uint32_t>(aBytes.size()) - done, written);
+            done += written;
+            if (!result.IsOK() && result.GetCode() != KoResult::TIMEOUT)
+            {
+                return "wrote " + std::to_string(done) + " of " + std::to_string(aBytes.size()) +
+                       " bytes: " + result.GetCodeString();
+            }
+        }
         return "";
     }
 
