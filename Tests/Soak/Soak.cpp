@@ -8,6 +8,7 @@
 #include <KoSim/SimulatedDevice.h>
 #include <KuUtilsLib/Logger.h>
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <cstdio>
@@ -33,8 +34,11 @@ constexpr std::size_t LARGEST_PIECE = 4000;
 /// Longer than anything takes on a machine that is busy.
 constexpr std::uint32_t LONG_TIME_MS = 20000;
 
-/// Longer than a byte is on its way, so that none comes any more.
+/// How long a read waits that may have to end because the device was unplugged.
 constexpr std::uint32_t QUIET_TIME_MS = 100;
+
+/// Bytes that no other ones are taken for.
+constexpr std::size_t MARKER_SIZE = 16;
 
 /// What the process may need more after its first seconds.
 #ifdef KOSERIAL_SOAK_WATCHES_MEMORY
@@ -137,14 +141,52 @@ private:
 
     void Reopen()
     {
-        Close();
-        Open();
-        // What was under way when the device was unplugged must not be taken for an answer.
-        Bytes stale(LARGEST_PIECE);
-        std::uint32_t count = 0;
-        while (mPort.Read(stale.data(), LARGEST_PIECE, count, QUIET_TIME_MS).IsOK())
+        do
         {
+            Close();
+            Open();
+        } while (!sStop && !DropStaleBytes());
+    }
+
+    /// Reads up to the end of a marker that it sends: what was under way when the device was unplugged must not be
+    /// taken for an answer. False when the device is unplugged again.
+    bool DropStaleBytes()
+    {
+        const std::uint64_t before = mDevice.mUnpluggings;
+        const Bytes marker = MakeBytes(MARKER_SIZE);
+        if (!Send(marker).empty())
+        {
+            return false;
         }
+        Bytes last(MARKER_SIZE);
+        for (std::uint32_t waited = 0; last != marker;)
+        {
+            std::uint8_t byte = 0;
+            std::uint32_t count = 0;
+            if (mPort.Read(&byte, 1, count, QUIET_TIME_MS).IsOK())
+            {
+                last.erase(last.begin());
+                last.push_back(byte);
+                continue;
+            }
+            waited += QUIET_TIME_MS;
+            if (mDevice.mUnpluggings == before && waited > LONG_TIME_MS)
+            {
+                Fail("port " + std::to_string(mId) + ": lost what it sent first");
+            }
+            if (sStop || mDevice.mUnpluggings != before)
+            {
+                return false;
+            }
+        }
+        return true;
+    }
+
+    Bytes MakeBytes(std::size_t aSize)
+    {
+        Bytes bytes(aSize);
+        std::generate(bytes.begin(), bytes.end(), [this] { return static_cast<std::uint8_t>(mRandom() >> 8); });
+        return bytes;
     }
 
     void WaitUntilPluggedIn() const
@@ -158,11 +200,7 @@ private:
     /// Sends a piece and takes it back; says what went wrong, or nothing.
     std::string DoRound()
     {
-        Bytes sent(1 + mRandom() % LARGEST_PIECE);
-        for (std::uint8_t& byte : sent)
-        {
-            byte = static_cast<std::uint8_t>(mRandom());
-        }
+        const Bytes sent = MakeBytes(1 + mRandom() % LARGEST_PIECE);
         std::string failure = Send(sent);
         if (!failure.empty())
         {
@@ -179,8 +217,8 @@ private:
         return "";
     }
 
-    /// Sends all bytes; says what went wrong, or nothing. A write that times out, because a busy machine has kept the
-    /// thread of the device from running for 300 ms, is no failure: the next one goes on where it ended.
+    /// Sends all bytes; says what went wrong, or nothing. A write that ends because a busy machine has kept the thread
+    /// of the device from running is no failure: the next one goes on where it ended.
     std::string Send(const Bytes& aBytes)
     {
         for (std::uint32_t done = 0; done < aBytes.size();)
@@ -189,13 +227,18 @@ private:
             const KoResult result =
                 mPort.Write(aBytes.data() + done, static_cast<std::uint32_t>(aBytes.size()) - done, written);
             done += written;
-            if (!result.IsOK() && result.GetCode() != KoResult::TIMEOUT)
+            if (!result.IsOK() && result.GetCode() != GetCodeOfLateDevice())
             {
                 return "wrote " + std::to_string(done) + " of " + std::to_string(aBytes.size()) +
                        " bytes: " + result.GetCodeString();
             }
         }
         return "";
+    }
+
+    KoResult::Code GetCodeOfLateDevice() const
+    {
+        return mId <= KoDeviceSerialUart1 ? KoResult::GENERIC_ERROR : KoResult::TIMEOUT;
     }
 
     Bytes Receive(std::size_t aSize)
