@@ -17,8 +17,8 @@ namespace
 constexpr std::uint32_t HEADER_SIZE = 12;
 constexpr std::uint32_t LONGEST_WRITE = 255;
 
-/// The bytes come at the speed of the bus, after the transfer has begun.
-constexpr std::uint32_t READ_TIMEOUT_MS = 1000;
+/// The bytes come at the speed of the bus, after the transfer has begun; on a busy machine that may take a while.
+constexpr std::uint32_t READ_TIMEOUT_MS = 10000;
 
 } // namespace
 
