@@ -117,6 +117,10 @@ public:
                                                         std::uint32_t aLength, std::uint32_t& aBytesRead,
                                                         bool aFastMode, bool aStop);
 
+    /// Most bytes of data, with a register offset counted among them, that a write carries in one transfer (see above);
+    /// 0 when the bus is not open or the device does not tell. On a port in features this asks the device.
+    std::uint32_t GetLongestWrite();
+
 private:
     std::unique_ptr<KoSerialLib::DeviceI2CBus> mImpl;
 };

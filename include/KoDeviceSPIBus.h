@@ -90,6 +90,10 @@ public:
     [[nodiscard]] KoResult BurstRead(std::uint8_t* aBuffer, std::uint32_t aLength, std::uint32_t& aBytesRead,
                                      std::uint32_t aTimeoutMs);
 
+    /// Most bytes that one transfer writes (see above), at most 255; 0 when the bus is not open or the device does not
+    /// tell. This asks the device.
+    std::uint32_t GetLongestWrite();
+
 private:
     std::unique_ptr<KoSerialLib::DeviceSPIBus> mImpl;
 };

@@ -8,6 +8,7 @@
 #include <memory>
 
 class IKoDeviceAdapter;
+class KoDeviceSerialPortArrivalSink;
 class KoDeviceSerialPortEchoSink;
 
 namespace KoSerialLib
@@ -126,6 +127,18 @@ public:
     [[nodiscard]] KoResult Read(std::uint8_t* aBuffer, std::uint32_t aSize, std::uint32_t& aBytesRead,
                                 std::uint32_t aTimeoutMs);
 
+    /// Ends the wait of a thread that is inside Read() now, which returns OK with 0 bytes; does nothing when none
+    /// waits. Any thread may call it. It does not outlast the call: a Read() that begins later waits as ever.
+    void CancelRead();
+
+    /// Tells aSink of every arrival of bytes from now on, in place of the sink before; NULL tells nobody. To be called
+    /// after Open(), which begins without a sink; bytes may have arrived before: GetRxBytesReady() tells. May be called
+    /// while another thread reads or writes, but not from inside the sink.
+    ///
+    /// When it returns, no call to the sink before runs or will come.
+    /// @param aSink not owned; must stay alive until it is replaced or the port is closed or abandoned
+    void SetArrivalSink(KoDeviceSerialPortArrivalSink* aSink);
+
     /// Forgets the received bytes that were not read. May be called while another thread reads: a read that has just
     /// been woken by such a byte returns OK with 0 bytes, one that waits goes on waiting. @return OK
     KoResult FlushRxBuffer();
@@ -153,7 +166,15 @@ public:
     /// Bytes handed out by Read() since Open() or ResetStatistics(); kept by Close().
     std::uint64_t GetBytesReceived() const;
 
-    /// Sets both counts to 0.
+    /// Received bytes that were lost because the ring was full, since Open() or ResetStatistics(); kept by Close().
+    /// Bytes that Close(), FlushRxBuffer() or SetRxBufferSize() took away do not count.
+    std::uint64_t GetBytesDropped() const;
+
+    /// Most bytes that ever waited to be read, since Open() or ResetStatistics(); kept by Close(). Where it comes close
+    /// to the size of the ring, bytes are about to be lost.
+    std::uint32_t GetMostBytesReady() const;
+
+    /// Sets all counts to 0.
     void ResetStatistics();
 
     /// True when the device is connected and offers that port. Any thread may ask; NULL and unknown ports give false.

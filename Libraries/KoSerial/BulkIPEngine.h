@@ -57,6 +57,9 @@ public:
     /// Hands one chunk to the device; does not wait.
     KoResult Transmit(const std::uint8_t* aData, std::uint32_t aLength);
 
+    /// Number of bytes that the device takes in one piece when a write begins.
+    std::uint32_t GetFirstChunkSize() const { return mFirstChunkSize; }
+
     /// Enables the five interrupts of this port, or, when aRestore is true, puts their enable bits back.
     KoResult EnableInterrupts(bool aRestore);
 

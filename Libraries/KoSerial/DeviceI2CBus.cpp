@@ -191,6 +191,27 @@ KoResult DeviceI2CBus::MasterReceiverAfterFirstByte(std::uint8_t aAddress, std::
     return result;
 }
 
+std::uint32_t DeviceI2CBus::GetLongestWrite()
+{
+    // The address of the slave is the first byte of a piece.
+    const std::uint32_t piece = GetLongestPiece();
+    return piece == 0 ? 0 : piece - 1;
+}
+
+/// Number of bytes that go to the device in one piece.
+std::uint32_t DeviceI2CBus::GetLongestPiece()
+{
+    if (mEngine == nullptr || !mEngine->IsOpened())
+    {
+        return 0;
+    }
+    if (auto* const features = dynamic_cast<IRegisterSerialPort*>(mEngine))
+    {
+        return features->GetFramePayload();
+    }
+    return static_cast<BulkIPEngine*>(mEngine)->GetFirstChunkSize();
+}
+
 KoResult DeviceI2CBus::FailUnopened(const char* aOperation)
 {
     return KO_FAIL_IN(aOperation, *mLogger, KoResult::NOT_OPENED, UNOPENED, "%s");

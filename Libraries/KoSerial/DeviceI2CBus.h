@@ -36,6 +36,9 @@ public:
     KoResult MasterReceiverAfterFirstByte(std::uint8_t aAddress, std::uint8_t* aBuffer, std::uint32_t aLength,
                                           std::uint32_t& aBytesRead, bool aFastMode, bool aStop);
 
+    /// Most bytes of data that a write carries in one transfer; 0 when the bus is not open.
+    std::uint32_t GetLongestWrite();
+
 protected:
     BulkWithI2C* mEngine = nullptr; ///< owned, but for an engine that Open() on Bulk1 to Bulk7 has replaced
     KuUtilsLib::Logger* mLogger;
@@ -43,6 +46,7 @@ protected:
 private:
     void CheckThatEngineMayBeReplaced() const;
     KoResult FailUnopened(const char* aOperation);
+    std::uint32_t GetLongestPiece();
     void SetTransferOptions(bool aFastMode, bool aStop);
 
     std::vector<std::uint8_t> mRequest;  ///< address and data of the last write

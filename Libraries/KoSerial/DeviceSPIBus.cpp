@@ -2,6 +2,8 @@
 
 #include "Logging.h"
 
+#include <algorithm>
+
 namespace KoSerialLib
 {
 namespace
@@ -99,6 +101,11 @@ KoResult DeviceSPIBus::BurstRead(std::uint8_t* aBuffer, std::uint32_t aLength, s
                                  std::uint32_t aTimeoutMs)
 {
     return mEngine == nullptr ? FailUnopened(__func__) : mEngine->Read(aBuffer, aLength, aBytesRead, aTimeoutMs);
+}
+
+std::uint32_t DeviceSPIBus::GetLongestWrite()
+{
+    return mEngine == nullptr ? 0 : std::min(LONGEST_TRANSFER, mEngine->GetFramePayload());
 }
 
 KoResult DeviceSPIBus::FailUnopened(const char* aOperation)

@@ -26,6 +26,9 @@ public:
     KoResult BurstRead(std::uint8_t* aBuffer, std::uint32_t aLength, std::uint32_t& aBytesRead,
                        std::uint32_t aTimeoutMs);
 
+    /// Most bytes that a transfer writes; 0 when the bus is not open.
+    std::uint32_t GetLongestWrite();
+
 protected:
     std::unique_ptr<IRegisterSerialPort> mEngine;
     KuUtilsLib::Logger* mLogger;

@@ -326,6 +326,22 @@ KoResult IRegisterSerialPort::WriteAndRead(const std::uint8_t* aData, std::uint3
     return result;
 }
 
+std::uint32_t IRegisterSerialPort::GetFramePayload()
+{
+    std::int64_t registerLength = 0;
+    if (mDevice == nullptr || !mDevice->GetGenRegisterLength(mDownstreamData, registerLength).IsOK())
+    {
+        return 0;
+    }
+    const std::int64_t payload = std::min(registerLength, LARGEST_FRAME) - GetHeaderSize();
+    return static_cast<std::uint32_t>(std::max<std::int64_t>(payload, 0));
+}
+
+std::uint32_t IRegisterSerialPort::GetHeaderSize() const
+{
+    return mSPIMode ? SPI_HEADER_SIZE : BULK_HEADER_SIZE;
+}
+
 /// Makes the frame buffer fit the register as it is now; aPayload is the room in a frame behind its header.
 KoResult IRegisterSerialPort::PrepareFrame(std::uint32_t& aPayload)
 {
@@ -336,7 +352,7 @@ KoResult IRegisterSerialPort::PrepareFrame(std::uint32_t& aPayload)
         KO_LOG_IN("WriteAndRead", *mLogger, LOG_ERROR, "IRegisterSerialPort::Write Downstream get register failed");
         return got;
     }
-    const std::uint32_t header = mSPIMode ? SPI_HEADER_SIZE : BULK_HEADER_SIZE;
+    const std::uint32_t header = GetHeaderSize();
     if (header >= registerLength)
     {
         KO_LOG_IN("WriteAndRead", *mLogger, LOG_ERROR,

@@ -56,6 +56,9 @@ public:
     KoResult TransmitSPI(const std::uint8_t* aData, std::uint32_t aLength, std::uint32_t aReadLength,
                          bool aSimultaneous, bool aSPIControl);
 
+    /// Number of bytes that fit one frame, as the device has its register now; 0 when it cannot tell, or no byte fits.
+    std::uint32_t GetFramePayload();
+
     /// Sets the "EventNotification" entry of the upstream event of this port, and tells the one before unless aPrevious
     /// is NULL. "EventSelector" is put back on success only.
     KoResult SetEventNotification(const char* aValue, KoString* aPrevious);
@@ -76,6 +79,7 @@ protected:
 
 private:
     bool PrepareUpstreamBuffer(std::uint32_t aLength, std::uint32_t aCount);
+    std::uint32_t GetHeaderSize() const;
     KoResult PrepareFrame(std::uint32_t& aPayload);
     void StoreHeader(std::uint32_t aFirst, std::uint32_t aSecond);
     KoResult SendFrame(std::uint32_t aLength);

@@ -70,3 +70,8 @@ KoResult KoDeviceI2CBus::MasterReceiverAfterFirstByte(std::uint8_t aAddress, std
 {
     return mImpl->MasterReceiverAfterFirstByte(aAddress, aBuffer, aLength, aBytesRead, aFastMode, aStop);
 }
+
+std::uint32_t KoDeviceI2CBus::GetLongestWrite()
+{
+    return mImpl->GetLongestWrite();
+}

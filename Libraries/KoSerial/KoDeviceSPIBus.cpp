@@ -44,3 +44,8 @@ KoResult KoDeviceSPIBus::BurstRead(std::uint8_t* aBuffer, std::uint32_t aLength,
 {
     return mImpl->BurstRead(aBuffer, aLength, aBytesRead, aTimeoutMs);
 }
+
+std::uint32_t KoDeviceSPIBus::GetLongestWrite()
+{
+    return mImpl->GetLongestWrite();
+}

@@ -120,6 +120,16 @@ KoResult KoDeviceSerialPort::Read(std::uint8_t* aBuffer, std::uint32_t aSize, st
     return mEngine->Read(aBuffer, aSize, aBytesRead, aTimeoutMs);
 }
 
+void KoDeviceSerialPort::CancelRead()
+{
+    mEngine->CancelRead();
+}
+
+void KoDeviceSerialPort::SetArrivalSink(KoDeviceSerialPortArrivalSink* aSink)
+{
+    mEngine->SetArrivalSink(aSink);
+}
+
 KoResult KoDeviceSerialPort::FlushRxBuffer()
 {
     return mEngine->FlushRxBuffer();
@@ -153,6 +163,16 @@ std::uint64_t KoDeviceSerialPort::GetBytesSent() const
 std::uint64_t KoDeviceSerialPort::GetBytesReceived() const
 {
     return mEngine->mBytesReceived.load(std::memory_order_relaxed);
+}
+
+std::uint64_t KoDeviceSerialPort::GetBytesDropped() const
+{
+    return mEngine->mBytesDropped.load(std::memory_order_relaxed);
+}
+
+std::uint32_t KoDeviceSerialPort::GetMostBytesReady() const
+{
+    return mEngine->GetMostBytesReady();
 }
 
 void KoDeviceSerialPort::ResetStatistics()

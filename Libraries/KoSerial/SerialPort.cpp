@@ -3,6 +3,7 @@
 #include "Logging.h"
 #include "SerialRegisters.h"
 
+#include <KoDeviceSerialPortArrivalSink.h>
 #include <KoDeviceSerialPortEchoSink.h>
 #include <KuUtilsLib/LockScope.h>
 #include <KuUtilsLib/Thread.h>
@@ -156,8 +157,7 @@ KoResult SerialPort::Close()
     const KuUtilsLib::LockScope lock(&mMutex);
     mDevice = nullptr;
     mPort = KoDeviceSerialInvalid;
-    mRxHead = 0;
-    mRxTail = 0;
+    EmptyRing();
     mWriteDone.store(0, std::memory_order_relaxed);
     mWriteTotal.store(0, std::memory_order_relaxed);
     mPortName = KoString();
@@ -180,8 +180,7 @@ KoResult SerialPort::GetWriteProgress(std::uint32_t& aWritten, std::uint32_t& aT
 KoResult SerialPort::FlushRxBuffer()
 {
     const KuUtilsLib::LockScope lock(&mMutex);
-    mRxHead = 0;
-    mRxTail = 0;
+    EmptyRing();
     return KoResult(KoResult::OK);
 }
 
@@ -214,10 +213,9 @@ KoResult SerialPort::SetRxBufferSize(std::uint32_t aSize)
         mRxBufferSize.store(mRxRingLength, std::memory_order_relaxed);
         throw std::bad_alloc();
     }
+    EmptyRing();
     mRxBuffer.reset(ring);
     mRxRingLength = aSize;
-    mRxHead = 0;
-    mRxTail = 0;
     return KoResult(KoResult::OK);
 }
 
@@ -236,9 +234,10 @@ void SerialPort::PushToRxBuffer(std::uint8_t aByte, bool aLock)
     if (overflows)
     {
         mRxTail = (mRxTail + 1) % mRxRingLength;
+        CountDropped(1);
     }
     KO_TRACE(*mLogger, "RxBuffer Head: %i Tail %i", mRxHead, tail);
-    WakeReader();
+    ReportArrival();
 }
 
 void SerialPort::PushBatchToRxBuffer(const std::uint8_t* aFirst, std::uint32_t aCount, std::uint32_t aStride)
@@ -256,7 +255,7 @@ void SerialPort::PushBatchToRxBuffer(const std::uint8_t* aFirst, std::uint32_t a
         return;
     }
     StoreInRing(aFirst, aCount, aStride);
-    WakeReader();
+    ReportArrival();
 }
 
 KoResult SerialPort::Read(std::uint8_t* aBuffer, std::uint32_t aSize, std::uint32_t& aBytesRead,
@@ -294,6 +293,30 @@ void SerialPort::ResetStatistics()
 {
     mBytesSent.store(0, std::memory_order_relaxed);
     mBytesReceived.store(0, std::memory_order_relaxed);
+    mBytesDropped.store(0, std::memory_order_relaxed);
+    mMostBytesReady.store(0, std::memory_order_relaxed);
+}
+
+std::uint32_t SerialPort::GetMostBytesReady()
+{
+    const KuUtilsLib::LockScope lock(&mMutex);
+    NoteBytesReady();
+    return mMostBytesReady.load(std::memory_order_relaxed);
+}
+
+void SerialPort::CancelRead()
+{
+    const KuUtilsLib::LockScope lock(&mMutex);
+    if (mReaderWaiting.load(std::memory_order_relaxed))
+    {
+        mRxEvent.Set();
+    }
+}
+
+void SerialPort::SetArrivalSink(KoDeviceSerialPortArrivalSink* aSink)
+{
+    const KuUtilsLib::LockScope lock(&mMutex);
+    mArrivalSink.store(aSink, std::memory_order_relaxed);
 }
 
 void SerialPort::EchoTransmit(const std::uint8_t* aData, std::uint32_t aLength)
@@ -398,40 +421,47 @@ std::uint32_t SerialPort::GetUnreadCount() const
     return mRxHead >= mRxTail ? mRxHead - mRxTail : mRxHead + mRxRingLength - mRxTail;
 }
 
-void SerialPort::StoreInRing(const std::uint8_t* aFirst, std::uint32_t aCount, std::uint32_t aStride)
+inline void SerialPort::StoreInRing(const std::uint8_t* aFirst, std::uint32_t aCount, std::uint32_t aStride)
 {
-    if (aCount > mRxRingLength)
+    const std::uint32_t free = mRxRingLength - 1 - GetUnreadCount();
+    if (aCount > free)
     {
-        // Only the end survives, at the place where one byte after the other would put it.
-        const std::uint32_t skipped = aCount - mRxRingLength;
-        mRxHead = static_cast<std::uint32_t>((std::uint64_t{mRxHead} + skipped) % mRxRingLength);
-        mRxTail = mRxHead;
-        StoreInRing(aFirst + std::size_t{skipped} * aStride, mRxRingLength, aStride);
+        CountDropped(aCount - free);
+        StoreAndPushOut(aFirst, aCount, aStride);
         return;
     }
-    const bool overflows = aCount >= mRxRingLength - GetUnreadCount();
+    CopyToRing(aFirst, aCount, aStride);
+}
+
+/// Stores more bytes than there is room for. Only the last ones survive, at the place where one byte after the other
+/// would put them.
+void SerialPort::StoreAndPushOut(const std::uint8_t* aFirst, std::uint32_t aCount, std::uint32_t aStride)
+{
+    const std::uint32_t skipped = aCount - std::min(aCount, mRxRingLength);
+    mRxHead = static_cast<std::uint32_t>((std::uint64_t{mRxHead} + skipped) % mRxRingLength);
+    CopyToRing(aFirst + std::size_t{skipped} * aStride, aCount - skipped, aStride);
+    mRxTail = mRxHead + 1 == mRxRingLength ? 0 : mRxHead + 1;
+}
+
+/// Copies bytes to the head of the ring, at most as many as it is long.
+inline void SerialPort::CopyToRing(const std::uint8_t* aFirst, std::uint32_t aCount, std::uint32_t aStride)
+{
     const std::uint32_t toEnd = mRxRingLength - mRxHead;
     if (aCount < toEnd)
     {
         Gather(&mRxBuffer[mRxHead], aFirst, aCount, aStride);
         mRxHead += aCount;
+        return;
     }
-    else
-    {
-        Gather(&mRxBuffer[mRxHead], aFirst, toEnd, aStride);
-        Gather(&mRxBuffer[0], aFirst + std::size_t{toEnd} * aStride, aCount - toEnd, aStride);
-        mRxHead = aCount - toEnd;
-    }
-    if (overflows)
-    {
-        mRxTail = mRxHead + 1 == mRxRingLength ? 0 : mRxHead + 1;
-    }
+    Gather(&mRxBuffer[mRxHead], aFirst, toEnd, aStride);
+    Gather(&mRxBuffer[0], aFirst + std::size_t{toEnd} * aStride, aCount - toEnd, aStride);
+    mRxHead = aCount - toEnd;
 }
 
 std::uint32_t SerialPort::TakeFromRing(std::uint8_t* aBuffer, std::uint32_t aSize)
 {
     // A size of 0 still takes one byte when one is ready.
-    const std::uint32_t count = std::min(std::max(aSize, 1U), GetUnreadCount());
+    const std::uint32_t count = std::min(std::max(aSize, 1U), NoteBytesReady());
     KO_TRACE_IN("Read", *mLogger, "Read %d bytes of data", count);
     if (count == 0)
     {
@@ -452,11 +482,39 @@ std::uint32_t SerialPort::TakeFromRing(std::uint8_t* aBuffer, std::uint32_t aSiz
     return count;
 }
 
-void SerialPort::WakeReader()
+void SerialPort::EmptyRing()
+{
+    NoteBytesReady();
+    mRxHead = 0;
+    mRxTail = 0;
+}
+
+/// The number of unread bytes, which are about to become fewer.
+inline std::uint32_t SerialPort::NoteBytesReady()
+{
+    const std::uint32_t ready = GetUnreadCount();
+    if (ready > mMostBytesReady.load(std::memory_order_relaxed))
+    {
+        mMostBytesReady.store(ready, std::memory_order_relaxed);
+    }
+    return ready;
+}
+
+void SerialPort::CountDropped(std::uint32_t aCount)
+{
+    mBytesDropped.fetch_add(aCount, std::memory_order_relaxed);
+}
+
+/// What follows when bytes have been stored.
+inline void SerialPort::ReportArrival()
 {
     if (mReaderWaiting.load(std::memory_order_relaxed))
     {
         mRxEvent.Set();
+    }
+    if (KoDeviceSerialPortArrivalSink* const sink = mArrivalSink.load(std::memory_order_relaxed))
+    {
+        sink->OnArrival();
     }
 }
 

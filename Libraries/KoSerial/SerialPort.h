@@ -15,6 +15,7 @@
 #include <memory>
 #include <thread>
 
+class KoDeviceSerialPortArrivalSink;
 class KoDeviceSerialPortEchoSink;
 
 namespace KoSerialLib
@@ -64,6 +65,15 @@ public:
     KoResult NotifyReadComplete();
     void ResetStatistics();
 
+    /// Most unread bytes that the ring has held since the statistics were reset.
+    std::uint32_t GetMostBytesReady();
+
+    /// Ends the wait of a Read that is waiting now; it returns OK with 0 bytes.
+    void CancelRead();
+
+    /// Tells aSink of every arrival from now on; NULL tells nobody. After the return the sink before is not called.
+    void SetArrivalSink(KoDeviceSerialPortArrivalSink* aSink);
+
     /// Shows bytes that went out to the echo sinks. The caller must not hold mMutex.
     void EchoTransmit(const std::uint8_t* aData, std::uint32_t aLength);
 
@@ -109,6 +119,7 @@ protected:
 public:
     std::atomic<std::uint64_t> mBytesSent{0};
     std::atomic<std::uint64_t> mBytesReceived{0};
+    std::atomic<std::uint64_t> mBytesDropped{0}; ///< pushed out of the full ring; counted as the ones above
 
 private:
     class ReadScope;
@@ -119,8 +130,13 @@ private:
     bool WaitForReceivedByte(std::uint32_t aTimeoutMs);
     std::uint32_t GetUnreadCount() const;
     void StoreInRing(const std::uint8_t* aFirst, std::uint32_t aCount, std::uint32_t aStride);
+    void StoreAndPushOut(const std::uint8_t* aFirst, std::uint32_t aCount, std::uint32_t aStride);
+    void CopyToRing(const std::uint8_t* aFirst, std::uint32_t aCount, std::uint32_t aStride);
     std::uint32_t TakeFromRing(std::uint8_t* aBuffer, std::uint32_t aSize);
-    void WakeReader();
+    void CountDropped(std::uint32_t aCount);
+    void EmptyRing();
+    std::uint32_t NoteBytesReady();
+    void ReportArrival();
 
     template <typename Notification>
     static void NotifyEchoSinks(Notification aNotify);
@@ -130,6 +146,11 @@ private:
 
     /// Length of mRxBuffer, guarded by mMutex. mRxBufferSize may be ahead of it while the ring changes its size.
     std::uint32_t mRxRingLength = 0;
+
+    /// Most unread bytes up to the last time when some were taken out: in between they only become more.
+    std::atomic<std::uint32_t> mMostBytesReady{0};
+
+    std::atomic<KoDeviceSerialPortArrivalSink*> mArrivalSink{nullptr}; ///< changed and called with mMutex held
 };
 
 } // namespace KoSerialLib

@@ -97,6 +97,26 @@ TEST_F(UartTest, KeepsTheNewestBytesOfAFullRing)
     EXPECT_EQ(received.substr(received.size() - 4), "EFGH");
 }
 
+TEST_F(UartTest, CountsEveryByteThatAFullRingLosesWhileItIsRead)
+{
+    constexpr std::size_t SENT = 16384;
+    const auto lineEnd = std::make_shared<TestLineEnd>();
+    mDevice.SetLineEnd(Port::Uart0, lineEnd);
+    ASSERT_TRUE(mPort.SetRxBufferSize(20).IsOK());
+    lineEnd->Send(MakeText(SENT));
+    EXPECT_TRUE(WaitUntil(
+        [&]
+        {
+            Read(mPort, SENT, 1);
+            return mPort.GetBytesReceived() + mPort.GetBytesDropped() >= SENT;
+        }));
+
+    EXPECT_EQ(mDevice.GetLineStatistics(Port::Uart0).mReceivedBytes, SENT);
+    EXPECT_GT(mPort.GetBytesDropped(), 0U);
+    EXPECT_EQ(mPort.GetBytesReceived() + mPort.GetBytesDropped(), SENT);
+    EXPECT_EQ(mPort.GetMostBytesReady(), 19U);
+}
+
 TEST_F(UartTest, ForgetsWhatItReceivedWhenItIsFlushed)
 {
     EXPECT_TRUE(Write(mPort, "ABC"));

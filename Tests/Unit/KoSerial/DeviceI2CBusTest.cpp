@@ -422,4 +422,34 @@ TEST_F(DeviceI2CBusTest, ATransferAllocatesNothingOnceTheBuffersHaveGrown)
     EXPECT_EQ(StopCountingAllocations().mCount, 0U);
 }
 
+TEST_F(DeviceI2CBusTest, InFeaturesTheLongestWriteIsWhatFitsAFrameBehindTheAddress)
+{
+    Open();
+    for (const auto& [length, longest] :
+         {std::pair<std::int64_t, std::uint32_t>{512, 503}, {9, 0}, {8, 0}, {-1, 0}, {TWO_TO_32, 16375}})
+    {
+        mDevice.mGenRegisterLengths["Bulk2DownstreamData"] = length;
+        EXPECT_EQ(mBus.GetLongestWrite(), longest) << "register of " << length;
+    }
+    mDevice.mGenRegisterLengths["Bulk2DownstreamData"] = 20;
+    EXPECT_TRUE(mBus.BurstWrite(0x50, Bytes(mBus.GetLongestWrite()).data(), mBus.GetLongestWrite(), false).IsOK());
+    EXPECT_EQ(TakeFrames().size(), 1U);
+}
+
+TEST_F(DeviceI2CBusTest, InRegistersTheLongestWriteIsTheFirstChunkLessTheAddress)
+{
+    OpenRegisters();
+    EXPECT_EQ(mBus.GetLongestWrite(), 253U);
+    EXPECT_TRUE(mBus.BurstWrite(0x50, Bytes(253).data(), 253, false).IsOK());
+    EXPECT_EQ(TakeChunks().size(), 1U);
+}
+
+TEST_F(DeviceI2CBusTest, AClosedBusWritesNothing)
+{
+    EXPECT_EQ(mBus.GetLongestWrite(), 0U);
+    Open();
+    EXPECT_TRUE(mBus.Close().IsOK());
+    EXPECT_EQ(mBus.GetLongestWrite(), 0U);
+}
+
 } // namespace

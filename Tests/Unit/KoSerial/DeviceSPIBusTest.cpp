@@ -346,4 +346,18 @@ TEST_F(DeviceSPIBusTest, TheEndOfABusClosesItAndFreesItsLoggers)
     Open();
 }
 
+TEST_F(DeviceSPIBusTest, TheLongestWriteIsWhatFitsAFrameAndTheCountOfIt)
+{
+    EXPECT_EQ(mBus.GetLongestWrite(), 0U);
+    Open();
+    for (const auto& [length, longest] :
+         {std::pair<std::int64_t, std::uint32_t>{512, 255}, {266, 254}, {13, 1}, {12, 0}, {0, 0}})
+    {
+        mDevice.mGenRegisterLengths["Bulk2DownstreamData"] = length;
+        EXPECT_EQ(mBus.GetLongestWrite(), longest) << "register of " << length;
+    }
+    EXPECT_TRUE(mBus.Close().IsOK());
+    EXPECT_EQ(mBus.GetLongestWrite(), 0U);
+}
+
 } // namespace

@@ -34,6 +34,8 @@ void CompareBatchWithBytes(std::uint32_t aRingSize, std::uint32_t aStart, std::u
         single.PushToRxBuffer(bytes[i * aStride], true);
     }
     EXPECT_EQ(batchTexts, host.GetTexts());
+    EXPECT_EQ(batch.mBytesDropped, single.mBytesDropped);
+    EXPECT_EQ(batch.GetMostBytesReady(), single.GetMostBytesReady());
     EXPECT_EQ(batch.mRxHead, single.mRxHead);
     EXPECT_EQ(batch.mRxTail, single.mRxTail);
     EXPECT_EQ(batch.GetRingContent(), single.GetRingContent());

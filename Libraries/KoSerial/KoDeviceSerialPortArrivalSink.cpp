@@ -1,0 +1,3 @@
+#include <KoDeviceSerialPortArrivalSink.h>
+
+KoDeviceSerialPortArrivalSink::~KoDeviceSerialPortArrivalSink() = default;
