@@ -1,5 +1,6 @@
 #include "BulkIPEngine.h"
 
+#include "BulkConfig.h"
 #include "FunctionCaps.h"
 #include "Logging.h"
 #include "SerialRegisters.h"
@@ -20,18 +21,6 @@ constexpr std::uint32_t INT_BULK_RX = 0x0700;
 constexpr std::uint32_t INT_BULK_TX_EMPTY = 0x0800;
 constexpr std::uint32_t INT_BULK_TX_PARTIAL = 0x1000;
 
-/// Bits of DEV_REG_BULK_0_CONFIG.
-constexpr std::uint32_t BULK_CONFIG_DOUBLE_TIME = 0x400;
-constexpr std::uint32_t BULK_CONFIG_RESET = 0x800;
-constexpr std::uint32_t BULK_CONFIG_RATE_SHIFT = 5;
-constexpr std::uint32_t BULK_CONFIG_INTERFACE_SHIFT = 12;
-constexpr std::uint32_t BULK_CONFIG_RESERVE_SHIFT = 24;
-constexpr std::uint32_t BULK_CONFIG_FIELD_MASK = 7;
-
-constexpr std::uint32_t BULK_INTERFACE_USRT = 0;
-constexpr std::uint32_t BULK_INTERFACE_UART = 1;
-constexpr std::uint32_t BULK_INTERFACE_I2C = 2;
-
 /// Bits of the command word that goes with every chunk.
 constexpr std::uint32_t COMMAND_TRANSMIT = 0x80000000;
 constexpr std::uint32_t COMMAND_OPTION_9 = 0x200;
@@ -45,15 +34,51 @@ constexpr std::uint32_t LARGEST_CHUNK_SIZE = 252;
 constexpr std::uint32_t LARGEST_CHUNK_SIZE_I2C = 251;
 constexpr std::uint32_t DEFAULT_CHUNK_SIZE = 128;
 
-/// Milliseconds.
-constexpr double DEFAULT_TIME_PER_BYTE = 0.03000000003;
-constexpr double TIME_PER_BYTE_I2C = 0.09;
-constexpr double TIME_PER_BYTE_NO_DIVIDER = 0.00048000007680001227;
-constexpr double TIME_PER_BYTE_SLOW_DIVIDER = 0.12239902080783353;
+/// Whether a device has registers that can be read now.
+bool IsWithinReach(IKoDeviceAdapter* aDevice, KuUtilsLib::Logger& aLogger)
+{
+    if (aDevice == nullptr)
+    {
+        KO_LOG_IN("IsI2CSupported", aLogger, LOG_ERROR, "Device pointer is NULL.");
+        return false;
+    }
+    if (!aDevice->IsConnected())
+    {
+        KO_LOG_IN("IsI2CSupported", aLogger, LOG_ERROR, "The device is not currently connected.");
+        return false;
+    }
+    if (!aDevice->IsTavricVideoInterface())
+    {
+        KO_LOG_IN("IsI2CSupported", aLogger, LOG_ERROR, "The device is not on a Tavric video interface.");
+        return false;
+    }
+    if (!aDevice->IsGigEVision())
+    {
+        KO_LOG_IN("IsI2CSupported", aLogger, LOG_INFO, "The device is not a GigE Vision device.");
+        return false;
+    }
+    return true;
+}
 
-constexpr std::array<std::uint32_t, 10> UART_RATES = {9600,  14400,  19200,  28800,  38400,
-                                                      57600, 115200, 230400, 460800, 921600};
-constexpr std::uint32_t USRT_BASE_CLOCK_HZ = 16700000;
+/// Reads the function capabilities. Unlike the other support tests this one always asks the device: the cache is only
+/// told, never consulted.
+bool ReadCapsAnew(IKoDeviceAdapter& aDevice, KuUtilsLib::Logger& aLogger, std::uint32_t& aCaps)
+{
+    if (!aDevice.ReadRegister(DEV_REG_FUNCTION_CAPS, &aCaps).IsOK())
+    {
+        KoString identity;
+        aDevice.GetDeviceId(identity);
+        ReportFunctionCapsNS(identity.GetAscii());
+        KO_LOG_IN("IsI2CSupported", aLogger, LOG_ERROR, "Failed to read %s register.", "function capabilities");
+        return false;
+    }
+    if ((aCaps & FUNCTION_CAPS_IMPLEMENTED) == 0)
+    {
+        KO_LOG_IN("IsI2CSupported", aLogger, LOG_ERROR, "Implemented bit was not set.");
+        return false;
+    }
+    return true;
+}
 
 } // namespace
 
@@ -62,7 +87,7 @@ BulkIPEngine::BulkIPEngine()
       mTxFifoPartialEvent(false),
       mFirstChunkSize(FIRST_CHUNK_SIZE),
       mChunkSize(DEFAULT_CHUNK_SIZE),
-      mTimePerByte(DEFAULT_TIME_PER_BYTE)
+      mTimePerByte(DEFAULT_TIME_PER_BYTE_MS)
 {
 }
 
@@ -85,39 +110,9 @@ bool BulkIPEngine::IsSupported(IKoDeviceAdapter* aDevice, KoDeviceSerial aPort)
 bool BulkIPEngine::IsI2CSupported(IKoDeviceAdapter* aDevice, KoDeviceSerial aPort)
 {
     KuUtilsLib::Logger logger(KO_LOG_CATEGORY, nullptr);
-    if (aDevice == nullptr)
-    {
-        KO_LOG(logger, LOG_ERROR, "Device pointer is NULL.");
-        return false;
-    }
-    if (!aDevice->IsConnected())
-    {
-        KO_LOG(logger, LOG_ERROR, "The device is not currently connected.");
-        return false;
-    }
-    if (!aDevice->IsTavricVideoInterface())
-    {
-        KO_LOG(logger, LOG_ERROR, "The device is not on a Tavric video interface.");
-        return false;
-    }
-    if (!aDevice->IsGigEVision())
-    {
-        KO_LOG(logger, LOG_INFO, "The device is not a GigE Vision device.");
-        return false;
-    }
-    // Unlike the other support tests this one always asks the device: the cache is only told, never consulted.
     std::uint32_t caps = 0;
-    if (!aDevice->ReadRegister(DEV_REG_FUNCTION_CAPS, &caps).IsOK())
+    if (!IsWithinReach(aDevice, logger) || !ReadCapsAnew(*aDevice, logger, caps))
     {
-        KoString identity;
-        aDevice->GetDeviceId(identity);
-        ReportFunctionCapsNS(identity.GetAscii());
-        KO_LOG(logger, LOG_ERROR, "Failed to read %s register.", "function capabilities");
-        return false;
-    }
-    if ((caps & FUNCTION_CAPS_IMPLEMENTED) == 0)
-    {
-        KO_LOG(logger, LOG_ERROR, "Implemented bit was not set.");
         return false;
     }
     if (aPort != KoDeviceSerialBulk0)
@@ -311,76 +306,6 @@ KoResult BulkIPEngine::Reset()
     return result.IsOK() ? KoResult(KoResult::OK) : result;
 }
 
-std::uint32_t BulkIPEngine::GetTransmitTimeout(std::uint32_t aLength)
-{
-    constexpr std::uint32_t SHORTEST_MS = 50;
-    constexpr std::uint32_t MARGIN_MS = 100;
-    const auto transferMs = static_cast<std::uint32_t>(aLength * mTimePerByte);
-    const std::uint32_t timeoutMs = std::max(transferMs, SHORTEST_MS) + MARGIN_MS;
-    if (!mTxOptionBit12)
-    {
-        return 2 * timeoutMs;
-    }
-    return mTxOptionBit9 ? timeoutMs : 4 * timeoutMs;
-}
-
-void BulkIPEngine::UpdateTimePerByte()
-{
-    if (!IsOpened())
-    {
-        KO_LOG(*mLogger, LOG_CRITICAL, "Unexpected state: the device should already be available.");
-    }
-    mTimePerByte = DEFAULT_TIME_PER_BYTE;
-    switch (GetInterface())
-    {
-    case BULK_INTERFACE_UART:
-        mTimePerByte = GetTimePerByteUART();
-        break;
-    case BULK_INTERFACE_USRT:
-        mTimePerByte = GetTimePerByteUSRT();
-        break;
-    case BULK_INTERFACE_I2C:
-        mTimePerByte = GetTimePerByteI2C();
-        break;
-    default:
-        KO_LOG(*mLogger, LOG_CRITICAL, "Unknown interface selected (%d).", GetInterface());
-        break;
-    }
-    if ((mBulkConfig & BULK_CONFIG_DOUBLE_TIME) != 0)
-    {
-        mTimePerByte *= 2;
-    }
-}
-
-double BulkIPEngine::GetTimePerByteUART()
-{
-    const std::uint32_t rate = UART_RATES[GetRateIndex()];
-    if (rate != 0)
-    {
-        return 1000.0 / rate;
-    }
-    // GCOVR_EXCL_START: as long as no row of the table is 0
-    const std::uint32_t divider = mBulkClockDivider & 0xFF;
-    if (divider == 0)
-    {
-        return TIME_PER_BYTE_NO_DIVIDER;
-    }
-    const auto dividedRate = static_cast<std::uint32_t>(1.0 / (divider * 480.0 / 1000000000.0));
-    return dividedRate != 0 ? 1000.0 / dividedRate : TIME_PER_BYTE_SLOW_DIVIDER;
-    // GCOVR_EXCL_STOP
-}
-
-double BulkIPEngine::GetTimePerByteUSRT()
-{
-    const std::uint32_t rate = USRT_BASE_CLOCK_HZ / (2U << GetRateIndex());
-    return 1000.0 / rate;
-}
-
-double BulkIPEngine::GetTimePerByteI2C()
-{
-    return TIME_PER_BYTE_I2C;
-}
-
 void BulkIPEngine::UpdateTxSizes()
 {
     const bool isI2C = GetInterface() == BULK_INTERFACE_I2C;
@@ -393,11 +318,6 @@ void BulkIPEngine::UpdateTxSizes()
 std::uint32_t BulkIPEngine::GetInterface() const
 {
     return (mBulkConfig >> BULK_CONFIG_INTERFACE_SHIFT) & BULK_CONFIG_FIELD_MASK;
-}
-
-std::uint32_t BulkIPEngine::GetRateIndex() const
-{
-    return (mBulkConfig >> BULK_CONFIG_RATE_SHIFT) & BULK_CONFIG_FIELD_MASK;
 }
 
 } // namespace KoSerialLib
