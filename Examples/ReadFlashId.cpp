@@ -24,7 +24,7 @@ int Fail(const char* aWhat, const KoResult& aResult)
     return 1;
 }
 
-/// Sends the command, has three bytes clocked in behind it and collects them; they may arrive in several pieces.
+/// Sends the command, has three bytes clocked in after it and collects them; they may arrive in several pieces.
 KoResult ReadId(KoDeviceSPIBus& aBus, std::array<std::uint8_t, 3>& aId)
 {
     std::uint8_t command = READ_ID;

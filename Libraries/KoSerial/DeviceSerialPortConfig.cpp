@@ -42,8 +42,8 @@ const char* GetStopBitsEntry(std::uint32_t aStopBits)
     }
 }
 
-/// Fails with a text that has no conversion and is its own format; the argument that none takes tells compilers that
-/// this is meant. aLogger is NULL when there is none.
+/// Fails with aText, which holds no conversion. The empty argument keeps compilers from warning of a format that is not
+/// a literal. aLogger is NULL when there is none.
 KuUtilsLib::Result Fail(KuUtilsLib::Logger* aLogger, const char* aFunction, const char* aText)
 {
     return KO_FAIL_RESULT_IN(aFunction, aLogger, KoResult::NOT_SUPPORTED, aText, "");

@@ -342,7 +342,7 @@ std::uint32_t IRegisterSerialPort::GetHeaderSize() const
     return mSPIMode ? SPI_HEADER_SIZE : BULK_HEADER_SIZE;
 }
 
-/// Makes the frame buffer fit the register as it is now; aPayload is the room in a frame behind its header.
+/// Makes the frame buffer fit the register as it is now; aPayload is the room in a frame after its header.
 KoResult IRegisterSerialPort::PrepareFrame(std::uint32_t& aPayload)
 {
     std::int64_t registerLength = 0;

@@ -34,7 +34,7 @@ public:
     std::vector<std::string> mEntries;
 };
 
-/// The number behind "Baud", in decimal, hexadecimal or octal; nothing when there is none.
+/// The number after "Baud", in decimal, hexadecimal or octal; nothing when there is none.
 std::optional<long> GetNumber(const std::string& aEntry)
 {
     if (aEntry.compare(0, 4, "Baud") != 0)

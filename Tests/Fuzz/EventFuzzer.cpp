@@ -51,7 +51,7 @@ std::uint32_t GetStatus(const Bytes& aPayload)
     return status;
 }
 
-/// The bytes that a UART receives with an event: the first of each word behind the status.
+/// The bytes that a UART receives with an event: the first of each word after the status.
 void AddUartBytes(const Event& aEvent, std::uint32_t aReceivedBit, Bytes& aBytes)
 {
     if (aEvent.mId != SERIAL_INTERRUPT || aEvent.mPayload.size() < 4 ||
@@ -65,7 +65,7 @@ void AddUartBytes(const Event& aEvent, std::uint32_t aReceivedBit, Bytes& aBytes
     }
 }
 
-/// The bytes that bulk port 0 receives with an event: all behind the status.
+/// The bytes that bulk port 0 receives with an event: all after the status.
 void AddBulkBytes(const Event& aEvent, Bytes& aBytes)
 {
     const bool isOurs = aEvent.mId == SERIAL_INTERRUPT || aEvent.mId == BULK_INTERRUPT;

@@ -59,7 +59,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* aData, std::size_t aSi
     const Bytes frame = input.ConsumeRemainingBytes<std::uint8_t>();
     if (const auto bulk = KoSim::ParseBulkFrame(frame.data(), frame.size(), bigEndian))
     {
-        // Only what lies behind the payload may be anything.
+        // Only what lies after the payload may be anything.
         const Bytes built = BuildBulkFrame(*bulk, bigEndian);
         EXPECT_THAT_ALWAYS(built.size() == frame.size());
         EXPECT_THAT_ALWAYS(std::equal(

@@ -99,7 +99,7 @@ protected:
     std::string ToText(const std::string& aData) const;
 
     /// Does aAct, which tells what came of it, and compares that with what aPredict makes of the calls, and the time
-    /// that it took with the waits that are stated for it.
+    /// that it took with the waits that are documented for it.
     template <typename Act, typename Predict>
     void Do(const char* aOperation, Act aAct, Predict aPredict)
     {
@@ -117,7 +117,7 @@ protected:
     virtual std::string Observe() = 0;
     virtual std::string Expect() = 0;
 
-    /// The waits that are stated for the operations since the last time this was asked.
+    /// The waits that are documented for the operations since the last time this was asked.
     virtual std::uint32_t TakeStatedWaitMs() = 0;
 
     const KoSim::DeviceProfile mProfile;

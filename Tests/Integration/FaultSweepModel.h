@@ -61,7 +61,7 @@ public:
     bool IsSpiSupported(FaultSweepCalls& aCalls) { return IsProtocolSupported(aCalls, "SPI"); }
     FaultSweepResult OpenI2c(FaultSweepCalls& aCalls);
     FaultSweepResult OpenSpi(FaultSweepCalls& aCalls);
-    /// Sends a request that makes the chip answer; aRequest has the bytes behind the frame header.
+    /// Sends a request that makes the chip answer; aRequest has the bytes after the frame header.
     FaultSweepResult Request(FaultSweepCalls& aCalls, const std::string& aRequest, const std::string& aAnswer);
     /// Sends the request and collects the answer.
     /// @param[out] aIsRequested true when the request went out, which makes the library count what it reads
@@ -135,7 +135,7 @@ private:
     std::string mPreviousNotification;
     std::string mUpstreamBuffer;
     std::vector<std::string> mEchoes;
-    std::uint32_t mWaitMs = 0; ///< the stated waits of the operations since the last time this was asked
+    std::uint32_t mWaitMs = 0; ///< the documented waits of the operations since the last time this was asked
 
     // The device.
     std::size_t mLostSinks = 0;

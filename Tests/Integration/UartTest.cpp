@@ -86,7 +86,7 @@ TEST_F(UartTest, KeepsTheNewestBytesOfAFullRing)
     ASSERT_TRUE(mPort.SetRxBufferSize(5).IsOK());
     EXPECT_TRUE(Write(mPort, "ABCDEFG"));
     EXPECT_TRUE(WaitUntil([&] { return mDevice.GetLineStatistics(Port::Uart0).mReceivedBytes == 7; }));
-    // The last byte is counted before the port gets it; the confirmation of one more comes behind it.
+    // The last byte is counted before the port gets it; the confirmation of one more comes after it.
     EXPECT_TRUE(Write(mPort, "H"));
 
     std::string received = Read(mPort, 4);

@@ -37,7 +37,7 @@ std::uint32_t ParseBaudRate(const Setting& aSetting)
     return static_cast<std::uint32_t>(ParseNumber("device: " + aSetting.mKey, aSetting.mValue, BAUD_RATES));
 }
 
-/// True when there is something behind the prefix.
+/// True when there is something after the prefix.
 bool HasPrefix(const std::string& aText, const std::string& aPrefix)
 {
     return aText.rfind(aPrefix, 0) == 0 && aText.size() > aPrefix.size();

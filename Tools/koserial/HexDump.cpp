@@ -37,7 +37,7 @@ int GetDigits(std::uint32_t aOffset)
     return digits;
 }
 
-/// The cells and the text of a row. What lies before the first one is blank, and so are cells behind the last one.
+/// The cells and the text of a row. What lies before the first one is blank, and so are cells after the last one.
 std::string FormatRow(std::uint32_t aRow, std::uint32_t aStart, const Registers& aRegisters)
 {
     std::string cells;

@@ -8,7 +8,7 @@
 namespace KoTool
 {
 
-/// The numbers of sixteen columns, behind row labels of that many digits:
+/// The numbers of sixteen columns, after row labels of that many digits:
 /// "     0  1  2  3  4  5  6  7  8  9  a  b  c  d  e  f"
 std::string FormatColumnNumbers(int aDigits);
 

@@ -41,7 +41,7 @@ std::uint32_t ParseLength(const std::string& aWord, NumberRange aRange)
         ParseNumber("the length of '" + aWord + "'", aWord.substr(1, aWord.find('@') - 1), aRange));
 }
 
-/// Takes the bytes of a write off the words behind it.
+/// Takes the bytes of a write off the words after it.
 Bytes TakeBytes(const std::string& aWrite, std::uint32_t aLength, const Words& aWords, std::size_t& aNext)
 {
     const std::size_t left = aWords.size() - aNext;

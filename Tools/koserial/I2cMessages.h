@@ -14,7 +14,7 @@ constexpr NumberRange I2C_ADDRESSES = {0x00, 0x7F};
 /// As many as a bus object holds of bytes that have arrived; of more, some could be pushed out before they are read.
 constexpr NumberRange I2C_READ_LENGTHS = {1, 16383};
 
-/// Bytes behind the address: more would not go out in one piece, and what begins each further piece would be taken for
+/// Bytes after the address: more would not go out in one piece, and what begins each further piece would be taken for
 /// the address of another slave.
 constexpr NumberRange I2C_WRITE_LENGTHS = {1, 253};
 

@@ -26,7 +26,7 @@ bool CanEraseLines()
            std::strcmp(terminal, "dumb") != 0;
 }
 
-/// Characters in a line of the terminal. The last column stays free: some terminals begin a new line behind it.
+/// Characters in a line of the terminal. The last column stays free: some terminals begin a new line after it.
 std::size_t GetWidth()
 {
     winsize size{};

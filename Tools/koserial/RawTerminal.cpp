@@ -27,7 +27,7 @@ void SetHandler(int aSignal, void (*aHandler)(int), struct sigaction* aFormer = 
     ::sigaction(aSignal, &action, aFormer);
 }
 
-/// Lets a signal that was raised in its own handler take effect now and not behind the handler.
+/// Lets a signal that was raised in its own handler take effect now and not after the handler.
 void Unblock(int aSignal)
 {
     sigset_t signals;

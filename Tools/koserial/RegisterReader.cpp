@@ -14,7 +14,7 @@ constexpr std::uint32_t PIECE_SIZE = 256;
 
 constexpr unsigned MOST_ATTEMPTS = 4;
 
-/// What has come after the last attempt. An attempt goes on behind what the one before it got.
+/// What has come after the last attempt. An attempt goes on after what the one before it got.
 Bytes ReadPiece(const RegisterSource& aSource, std::uint32_t aFirst, std::uint32_t aCount)
 {
     Bytes piece;

@@ -38,7 +38,7 @@ Bytes MakeCommand(std::uint8_t aCommand, std::uint32_t aAddress)
             static_cast<std::uint8_t>(aAddress)};
 }
 
-/// The largest part of a page, with a power of two of them in it, that fits in a transfer behind the command.
+/// The largest part of a page, with a power of two of them in it, that fits in a transfer after the command.
 std::uint32_t GetPieceSize(std::uint32_t aLongestWrite)
 {
     std::uint32_t size = SpiFlash::PAGE_SIZE;

@@ -8,7 +8,7 @@ bool IsControl(unsigned char aPrevious, unsigned char aCharacter)
     constexpr unsigned char FIRST_PRINTABLE = 0x20;
     constexpr unsigned char DELETE = 0x7F;
     constexpr unsigned char LAST_CONTROL = 0x9F;
-    // Above ASCII: a control character of UTF-8 is 0xC2 with one more byte. The same byte behind any other byte of that
+    // Above ASCII: a control character of UTF-8 is 0xC2 with one more byte. The same byte after any other byte of that
     // kind belongs to a letter, and alone it is a control character of older terminals.
     constexpr unsigned char CONTROL_LEAD = 0xC2;
     const bool isInsideLetter = aPrevious > DELETE && aPrevious != CONTROL_LEAD;

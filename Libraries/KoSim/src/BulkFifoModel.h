@@ -15,7 +15,7 @@ namespace KoSim
 /// Bulk port 0 behind the register block: a transmit FIFO of 256 bytes, the line that drains it, and the receiver. It
 /// has no thread and no clock: whoever drives it says what time it is.
 ///
-/// The partially-empty interrupt comes when the space of one later chunk has become free, or is still free behind a
+/// The partially-empty interrupt comes when the space of one later chunk has become free, or is still free after a
 /// block; the empty interrupt when the last byte is out. A block outdates the interrupts before it, which are not
 /// delivered any more, and causes its own. The three receive interrupts mean the same; the lowest that is enabled is
 /// reported.

@@ -19,7 +19,7 @@ struct DownstreamFrame
     /// @}
     /// @name SPI frames
     /// @{
-    std::uint8_t mReadCount = 0; ///< bytes to clock back behind the payload
+    std::uint8_t mReadCount = 0; ///< bytes to clock back after the payload
     bool mSimultaneous = false;  ///< clocks a byte back for each byte of the payload
     bool mSpiControl = false;
     /// @}

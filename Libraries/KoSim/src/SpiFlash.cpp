@@ -78,7 +78,7 @@ void SpiFlash::Deselect(Time aNow)
     }
 }
 
-/// Takes a byte behind the command and gives the one that comes out meanwhile.
+/// Takes a byte after the command and gives the one that comes out meanwhile.
 std::uint8_t SpiFlash::Answer(std::uint8_t aByte, Time aNow)
 {
     if (mCommand == READ_STATUS)

@@ -1,5 +1,5 @@
-// A fault at every call that the library makes to a device: no operation takes longer than the waits that are stated
-// for it, to the millisecond of the simulated time.
+// A fault at every call that the library makes to a device: no operation takes longer than the waits that are
+// documented for it, to the millisecond of the simulated time.
 
 #include "BareHostTest.h"
 
@@ -26,7 +26,7 @@ constexpr std::uint32_t TRANSMITTER_BUSY = 0x00800000;
 constexpr std::uint32_t UARTS_CONFIRMED = 0x5;
 constexpr std::uint32_t BULK_SENT = 0x1800;
 
-/// The waits that are stated.
+/// The waits that are documented.
 constexpr std::uint64_t CONFIRMATION_MS = 1020;
 constexpr std::uint64_t POLL_MS = 100;
 constexpr std::uint64_t CHUNK_MS = 300;

@@ -17,7 +17,7 @@ void CompareBatchWithBytes(std::uint32_t aRingSize, std::uint32_t aStart, std::u
         port->PrepareRing(aRingSize, aStart);
         port->Push(Bytes(aFill, 0xEE));
     }
-    // Nothing lies behind the last word, so that a read beyond the batch shows.
+    // Nothing lies after the last word, so that a read beyond the batch shows.
     Bytes bytes(aCount * aStride);
     for (std::size_t i = 0; i < bytes.size(); ++i)
     {

@@ -13,7 +13,7 @@ namespace KoSim
 {
 
 /// What the host does next. It writes in chunks: it takes both signals back, hands over the chunk and waits for the one
-/// signal, or behind the last chunk for the other.
+/// signal, or after the last chunk for the other.
 enum class HostStep : char
 {
     BeginWrite,

@@ -18,7 +18,7 @@ using Bytes = std::vector<std::uint8_t>;
 class SpiFlashTest : public ::testing::Test
 {
 protected:
-    /// Sends bytes and takes aCount behind them, while the chip is selected.
+    /// Sends bytes and takes aCount after them, while the chip is selected.
     Bytes Transfer(const Bytes& aRequest, std::size_t aCount, Time aNow)
     {
         Bytes answer;

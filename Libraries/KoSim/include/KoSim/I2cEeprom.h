@@ -14,7 +14,7 @@ namespace KoSim
 
 /// A serial EEPROM, as its kind is described in data sheets.
 ///
-/// A write begins with the memory address, most significant byte first; the bytes behind it go into one page, at whose
+/// A write begins with the memory address, most significant byte first; the bytes after it go into one page, at whose
 /// end the address wraps to its beginning. The stop condition starts the write cycle, during which the chip does not
 /// acknowledge; a repeated start instead drops the bytes. A read takes bytes from where the address counter stands, and
 /// wraps at the end of the memory.

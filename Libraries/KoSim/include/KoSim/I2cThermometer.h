@@ -22,7 +22,7 @@ namespace KoSim
 /// | 3 | limit | 2 | 0x5000, 80 degrees |
 ///
 /// Temperatures have the sign and the degrees (Celsius) in their first byte and a half degree in the top bit of the
-/// second one. A read goes on with the first byte of the register behind the last one.
+/// second one. A read goes on with the first byte of the register after the last one.
 class KO_SIM_API I2cThermometer : public II2cSlave
 {
 public:

@@ -15,7 +15,7 @@ namespace KoSim
 
 /// A NOR flash of 1 MiB, as its kind is described in data sheets.
 ///
-/// | command | bytes behind it | effect |
+/// | command | bytes after it | effect |
 /// |---|---|---|
 /// | 0x9F | | answers EF 40 14 |
 /// | 0x03 | address, 3 bytes | answers the memory from there, wrapping at its end |
