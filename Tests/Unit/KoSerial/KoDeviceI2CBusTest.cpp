@@ -148,4 +148,11 @@ TEST_F(KoDeviceI2CBusTest, FailuresComeBackUnchanged)
     EXPECT_EQ(mBus.BurstRead(0x50, mBuffer.data(), 2, mCount, false).GetCode(), KoResult::TIMEOUT);
 }
 
+TEST_F(KoDeviceI2CBusTest, TellsTheLongestWriteOfAnOpenBus)
+{
+    EXPECT_EQ(mBus.GetLongestWrite(), 0U);
+    Open();
+    EXPECT_EQ(mBus.GetLongestWrite(), 32U - 8U - 1U);
+}
+
 } // namespace

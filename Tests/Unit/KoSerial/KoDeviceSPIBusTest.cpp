@@ -110,4 +110,11 @@ TEST_F(KoDeviceSPIBusTest, FailuresComeBackUnchanged)
     EXPECT_EQ(mBus.BurstRead(mBytes.data(), 3, mCount, 0).GetCode(), KoResult::TIMEOUT);
 }
 
+TEST_F(KoDeviceSPIBusTest, TellsTheLongestWriteOfAnOpenBus)
+{
+    EXPECT_EQ(mBus.GetLongestWrite(), 0U);
+    ASSERT_TRUE(mBus.Open(&mDevice, BULK2).IsOK());
+    EXPECT_EQ(mBus.GetLongestWrite(), 32U - 12U);
+}
+
 } // namespace

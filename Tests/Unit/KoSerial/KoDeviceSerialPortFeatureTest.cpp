@@ -1,6 +1,7 @@
 #include "FeaturePortTest.h"
 
 #include <KoDeviceSerialPort.h>
+#include <KoDeviceSerialPortArrivalSink.h>
 
 #include <deque>
 #include <memory>
@@ -295,6 +296,34 @@ TEST_F(KoDeviceSerialPortFeatureTest, AllTenPortsOpenSideBySideWithEitherEngineO
         }
         EXPECT_TRUE(mDevice.mSinks.empty());
     }
+}
+
+TEST_F(KoDeviceSerialPortFeatureTest, TellsOfArrivalsAndOfBytesThatTheRingHasLost)
+{
+    struct : KoDeviceSerialPortArrivalSink
+    {
+        void OnArrival() override { ++mCount; }
+        int mCount = 0;
+    } sink;
+    OpenPublic(BULK2);
+    mPublic.SetArrivalSink(&sink);
+    EXPECT_TRUE(mPublic.SetRxBufferSize(4).IsOK());
+    mDevice.mGenRegisters[UPSTREAM_BUFFER] = {1, 2, 3, 4, 5};
+    mDevice.mIntegers[UPSTREAM_LENGTH] = 5;
+    mDevice.Invalidate(UPSTREAM_BUFFER);
+    EXPECT_GT(sink.mCount, 0);
+    EXPECT_EQ(mPublic.GetBytesDropped(), 2U);
+    EXPECT_EQ(mPublic.GetMostBytesReady(), 3U);
+}
+
+TEST_F(KoDeviceSerialPortFeatureTest, CancelsAReadThatWaits)
+{
+    OpenPublic(BULK2);
+    mHost.At(40, [this] { mPublic.CancelRead(); });
+    std::uint8_t byte = 0;
+    std::uint32_t count = 99;
+    EXPECT_TRUE(mPublic.Read(&byte, 1, count, 1000).IsOK());
+    EXPECT_EQ(count, 0U);
 }
 
 } // namespace
