@@ -120,8 +120,8 @@ public:
     /// SetRxBufferSize() do not end a wait, but may take away the bytes that have ended it.
     /// @param[out] aBuffer where the bytes go; room for one byte at least, even when aSize is 0
     /// @param aSize most bytes to take; 0 takes one byte when one is ready
-    /// @param[out] aBytesRead number of bytes taken; 0 with OK when FlushRxBuffer() or SetRxBufferSize() took away the
-    ///                        bytes that have ended the wait
+    /// @param[out] aBytesRead number of bytes taken; 0 with OK when CancelRead() has ended the wait, or FlushRxBuffer()
+    ///                        or SetRxBufferSize() took away the bytes that have ended it
     /// @param aTimeoutMs how long to wait for the first byte, in milliseconds; 0 does not wait
     /// @return OK; TIMEOUT: nothing came in time
     [[nodiscard]] KoResult Read(std::uint8_t* aBuffer, std::uint32_t aSize, std::uint32_t& aBytesRead,
