@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <deque>
+#include <iterator>
 #include <string>
 #include <variant>
 #include <vector>
@@ -48,10 +49,9 @@ using OutputQueue = std::deque<Output>;
 /// Appends a 32-bit little-endian word to the payload of an event.
 inline void AppendWord(std::vector<std::uint8_t>& aPayload, std::uint32_t aWord)
 {
-    for (std::uint32_t shift = 0; shift < 32; shift += 8)
-    {
-        aPayload.push_back(static_cast<std::uint8_t>(aWord >> shift));
-    }
+    const std::uint8_t bytes[] = {static_cast<std::uint8_t>(aWord), static_cast<std::uint8_t>(aWord >> 8),
+                                  static_cast<std::uint8_t>(aWord >> 16), static_cast<std::uint8_t>(aWord >> 24)};
+    aPayload.insert(aPayload.end(), std::begin(bytes), std::end(bytes));
 }
 
 } // namespace KoSim
